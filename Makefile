@@ -1,0 +1,45 @@
+# Two commands do all the set-up on a fresh Debian machine:
+#   make run   installs what is missing, builds and starts the show
+#   make test  installs what is missing, builds and runs every test
+BUILD ?= build
+TSAN_BUILD ?= build-tsan
+JOBS ?= $(shell nproc 2>/dev/null || echo 2)
+CMAKE_FLAGS ?=
+
+.PHONY: all deps configure build run test bench tsan install clean
+
+all: build
+
+deps:
+	@scripts/install-deps
+
+configure: deps
+	@cmake -S . -B $(BUILD) $(CMAKE_FLAGS) >/dev/null
+
+build: configure
+	@cmake --build $(BUILD) -j $(JOBS)
+
+run: build
+	@if [ -x $(BUILD)/bin/vexlor ]; then \
+		exec $(BUILD)/bin/vexlor $(SCENE); \
+	else \
+		echo "make run: the viewer is not built yet (app/ is missing); the libraries and tests are built."; \
+	fi
+
+test: build
+	@cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
+
+bench: build
+	@for b in $(BUILD)/bin/bench_*; do [ -x "$$b" ] && "$$b"; done; true
+
+# ThreadSanitizer build of the threaded code, run on its own tree.
+tsan: deps
+	@cmake -S . -B $(TSAN_BUILD) -DVEXLOR_TSAN=ON -DVEXLOR_BENCH=OFF -DCMAKE_BUILD_TYPE=Debug >/dev/null
+	@cmake --build $(TSAN_BUILD) -j $(JOBS)
+	@cd $(TSAN_BUILD) && ctest --output-on-failure -L tsan
+
+install: build
+	@cmake --install $(BUILD)
+
+clean:
+	@rm -rf $(BUILD) $(TSAN_BUILD)
