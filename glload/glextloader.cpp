@@ -3,6 +3,7 @@
 #include "glload/glextloader.h"
 
 #include <epoxy/gl.h>
+#include <epoxy/glx.h>
 
 #include <set>
 #include <string>
@@ -60,6 +61,12 @@ int gl_extloader_init()
 bool gl_offers(const char* name)
 {
     return name && offered().count(name) != 0;
+}
+
+bool gl_context_current()
+{
+    // GLFW makes GLX contexts on X11; libepoxy resolves this without a context.
+    return glXGetCurrentContext() != nullptr;
 }
 
 std::size_t gl_offered_count()

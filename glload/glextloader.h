@@ -15,6 +15,11 @@ int gl_extloader_init();
 // a core version from "GL_VERSION_1_2" to "GL_VERSION_4_6", or an extension.
 bool gl_offers(const char* name);
 
+// True when a GL context is current on this thread. Renderers ask before
+// deleting their objects: at process exit the context may already be gone,
+// and its objects with it.
+bool gl_context_current();
+
 // How many names (versions and extensions) were recorded.
 std::size_t gl_offered_count();
 

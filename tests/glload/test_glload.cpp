@@ -51,6 +51,15 @@ TEST_F(GlLoad, RecordsVersionsUpToTheContextsOwn)
     EXPECT_GE(glload::gl_offered_count(), static_cast<std::size_t>(count));
 }
 
+TEST_F(GlLoad, KnowsWhetherAContextIsCurrent)
+{
+    EXPECT_TRUE(glload::gl_context_current());
+    glfwMakeContextCurrent(nullptr);
+    EXPECT_FALSE(glload::gl_context_current());
+    glfwMakeContextCurrent(s_ctx->window());
+    EXPECT_TRUE(glload::gl_context_current());
+}
+
 TEST_F(GlLoad, PrintErrorReportsOnePendingErrorOnly)
 {
     while (glGetError() != GL_NO_ERROR) {}
