@@ -1,0 +1,21 @@
+// Scene files: one value per line in a fixed depth-first order, each line
+// ending in CR LF; numbers with 6 significant digits, geometry values in the
+// typed text form, counts before the records they count.
+#pragma once
+
+#include "firework/firework.h"
+
+#include <vector>
+
+namespace vexlor {
+
+// False only when the file cannot be opened for writing.
+bool save(const char* path, const std::vector<firework_t>& scene);
+
+// Replaces the scene with the file's content. False when the file cannot be
+// opened (scene untouched) or a line was missing (scene as far as it was read).
+// Trusts the file: a geometry line the reader cannot finish hangs, and a
+// huge count is allocated as it stands; run check() first on untrusted files.
+bool load(const char* path, std::vector<firework_t>& scene);
+
+} // namespace vexlor

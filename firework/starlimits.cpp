@@ -1,0 +1,102 @@
+// Conservative bounds for skipping burnt-out stars and stages. Float walks
+// lose at most 2^-24 relative per subtraction; the margins below cover 4096
+// subtractions with room to spare, longer lists get no bound.
+#include "firework/starlimits.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace vexlor {
+
+namespace {
+
+constexpr std::size_t longestwalk = 4096;
+constexpr double relativemargin = 1e-3;
+constexpr double absolutemargin = 1e-6; // covers subnormal results and empty sums
+constexpr double infinity = std::numeric_limits<double>::infinity();
+
+bool regulardelay(float delay)
+{
+    return delay > 0.0f && std::isfinite(delay);
+}
+
+double widen(double bound)
+{
+    return std::isfinite(bound) ? bound * (1.0 + relativemargin) + absolutemargin : bound;
+}
+
+// Limits that allow no shortcut at all.
+starlimits_t nolimits(std::size_t powders)
+{
+    starlimits_t limits;
+    limits.powders = powders;
+    limits.tailstart = powders;
+    limits.mindelay = std::numeric_limits<float>::infinity();
+    limits.tailwindow = infinity;
+    limits.burnout = infinity;
+    return limits;
+}
+
+} // namespace
+
+double filmwindow(const std::vector<film_t>& films)
+{
+    if (films.empty())
+        return -infinity;
+    if (films.size() > longestwalk)
+        return infinity;
+    double sum = 0.0;
+    for (const film_t& film : films) {
+        if (!(film.duration >= 0.0f) || !std::isfinite(film.duration))
+            return infinity;
+        sum += film.duration;
+    }
+    return widen(sum);
+}
+
+starlimits_t starlimits(const fire_t& fire)
+{
+    const std::vector<powder_t>& powders = fire.powders;
+    starlimits_t limits;
+    limits.powders = powders.size();
+    if (powders.size() > longestwalk)
+        return nolimits(powders.size());
+
+    limits.tailstart = 0;
+    for (std::size_t i = 0; i < powders.size(); ++i)
+        if (!regulardelay(powders[i].delay))
+            limits.tailstart = i + 1;
+    limits.mindelay = std::numeric_limits<float>::infinity();
+    limits.tailwindow = -infinity;
+    for (std::size_t i = limits.tailstart; i < powders.size(); ++i) {
+        limits.mindelay = std::min(limits.mindelay, powders[i].delay);
+        limits.tailwindow = std::max(limits.tailwindow, filmwindow(powders[i].films));
+    }
+
+    // A delayed stage has used up at most the sum of all delays before it
+    // (inclusive), so it is out once the time since the burst passes that
+    // sum plus its own film window.
+    double burnout = -infinity;
+    double delays = 0.0;
+    for (const powder_t& powder : powders) {
+        if (powder.delay == 0.0f) {
+            if (powder.films.empty()) { // the shell is drawn for ever
+                burnout = infinity;
+                break;
+            }
+            burnout = std::max(burnout, filmwindow(powder.films));
+            continue;
+        }
+        if (!regulardelay(powder.delay)) {
+            burnout = infinity;
+            break;
+        }
+        delays += powder.delay;
+        burnout = std::max(burnout, delays + filmwindow(powder.films));
+    }
+    limits.burnout = widen(burnout);
+    return limits;
+}
+
+} // namespace vexlor
