@@ -6,33 +6,18 @@
 #include <fstream>
 #include <string>
 
-class tempdir {
-public:
+struct tempdir {
+    std::string path;
     tempdir()
     {
         char pattern[] = "/tmp/basekit-XXXXXX";
-        if (const char* made = mkdtemp(pattern))
-            m_path = made;
+        path = mkdtemp(pattern) ? pattern : "/nonexistent";
     }
-    ~tempdir()
-    {
-        std::error_code ec;
-        if (!m_path.empty())
-            std::filesystem::remove_all(m_path, ec);
-    }
-    tempdir(const tempdir&) = delete;
-    tempdir& operator=(const tempdir&) = delete;
-
-    const std::string& path() const { return m_path; }
-
+    ~tempdir() { std::filesystem::remove_all(path); }
     // Writes `bytes` to the file `name` and returns its full path.
     std::string write(const std::string& name, const std::string& bytes) const
     {
-        const std::string full = m_path + "/" + name;
-        std::ofstream(full, std::ios::binary) << bytes;
-        return full;
+        std::ofstream(path + "/" + name, std::ios::binary) << bytes;
+        return path + "/" + name;
     }
-
-private:
-    std::string m_path;
 };

@@ -3,173 +3,119 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
+#include <clocale>
+#include <cstring>
 #include <fcntl.h>
-#include <string>
 #include <sys/stat.h>
+#include <vector>
 
-#include "tests/utils/locale_guard.h"
 #include "tests/utils/tempdir.h"
 #include "utils/futil.h"
 
-// Calls to basename are qualified: glibc declares a ::basename(const char*)
-// that would otherwise win over basekit::basename(const std::string&).
+// basename is always qualified: glibc's ::basename(const char*) would
+// otherwise win over basekit::basename(const std::string&).
 using namespace basekit;
 
-namespace {
-
-const std::string a_ = "\xe3\x81\x82";   // U+3042 in UTF-8
-const std::string i_ = "\xe3\x81\x84";   // U+3044
-
-} // namespace
-
-TEST(Futil, BasenameAndDirname)
+TEST(Futil, BaseAndDirName)
 {
-    EXPECT_EQ(basekit::basename("D:\\data/scene.old.txt"), "scene.old");
-    EXPECT_EQ(dirname("D:\\data/scene.old.txt"), "D:\\data/");
-    EXPECT_EQ(dirname("a/b\\c.x"), "a/b\\");
-    EXPECT_EQ(basekit::basename("noext"), "noext");
-    EXPECT_EQ(dirname("noext"), "");
-    EXPECT_EQ(basekit::basename("dir.d/file"), "file");
-    EXPECT_EQ(basekit::basename("dir/"), "");
-    EXPECT_EQ(basekit::basename(""), "");
-
-    const char* p = "x/y\\zz.q";
-    EXPECT_EQ(baseptr(p), p + 4);
-    const char* plain = "plain";
-    EXPECT_EQ(baseptr(plain), plain);
-
+    const struct { const char *path, *base, *dir; } cases[] = {
+        {"D:\\data/scene.old.txt", "scene.old", "D:\\data/"},
+        {"a/b\\c.x", "c", "a/b\\"},
+        {"noext", "noext", ""},
+        {"dir.d/file", "file", "dir.d/"},
+        {"dir/", "", "dir/"},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(basekit::basename(c.path), c.base) << c.path;
+        EXPECT_EQ(dirname(c.path), c.dir) << c.path;
+        EXPECT_EQ(baseptr(c.path), c.path + std::strlen(c.dir)) << c.path;
+    }
     char buf[16];
     EXPECT_EQ(basekit::basename(buf, "dir/abcdef.txt", 4), 3u);
     EXPECT_STREQ(buf, "abc");
-    EXPECT_EQ(dirname(buf, "/usr/lib/x", sizeof buf), 9u);
-    EXPECT_STREQ(buf, "/usr/lib/");
-}
 
-TEST(Futil, Extensions)
-{
     EXPECT_EQ(extcasecmp("reverb.WAV", ".wav"), 0);
-    EXPECT_EQ(extcasecmp(std::string("a"), ".wav"), -1);
+    EXPECT_EQ(extcasecmp("a", ".wav"), -1);
     EXPECT_NE(extcasecmp("reverb.wav", ".mp3"), 0);
     EXPECT_EQ(extcasecmp("reverb.wav.bak", 10, ".WAV"), 0);
-    EXPECT_EQ(extcasecmp(".wav", ".wav"), 0);
-}
-
-TEST(Futil, DelimiterConversion)
-{
     EXPECT_EQ(delimconvert("a/b\\c/"), "a\\b\\c\\");
     EXPECT_EQ(deliminvert("a/b\\c\\"), "a/b/c/");
 }
 
 TEST(Futil, SplitAndConcat)
 {
-    char drive[path_part_max], dir[path_part_max], name[path_part_max], ext[path_part_max];
-    splitpath("D:\\x\\y.z", drive, dir, name, ext);
-    EXPECT_STREQ(drive, "D:");
-    EXPECT_STREQ(dir, "\\x\\");
-    EXPECT_STREQ(name, "y");
-    EXPECT_STREQ(ext, ".z");
+    using V = std::vector<std::string>;
+    const auto parts = [](const std::string& path) {
+        splitpath_t s;
+        split(s, path.c_str());
+        return V{s.drive, s.dir, s.name, s.ext};
+    };
+    EXPECT_EQ(parts("D:\\x\\y.z"), (V{"D:", "\\x\\", "y", ".z"}));
+    EXPECT_EQ(parts("/usr/lib/a.b.c"), (V{"", "/usr/lib/", "a.b", ".c"}));
+    EXPECT_EQ(parts("d.e/name"), (V{"", "d.e/", "name", ""}));
+    EXPECT_EQ(parts(std::string(300, 'n') + ".e")[2], std::string(259, 'n'));
 
-    splitpath("/usr/lib/a.b.c", drive, dir, name, ext);
-    EXPECT_STREQ(drive, "");
-    EXPECT_STREQ(dir, "/usr/lib/");
-    EXPECT_STREQ(name, "a.b");
-    EXPECT_STREQ(ext, ".c");
-
-    // Only the name and extension are asked for; a point in the directory
-    // does not count.
-    splitpath("d.e/name", nullptr, nullptr, name, ext);
-    EXPECT_STREQ(name, "name");
-    EXPECT_STREQ(ext, "");
-
-    splitpath_t parts;
-    split(parts, "C:/shows/susuki.scene");
+    splitpath_t s;
+    split(s, "C:/shows/susuki.scene");
     char joined[4 * path_part_max];
-    EXPECT_EQ(concat(joined, parts), joined);
-    EXPECT_STREQ(joined, "C:/shows/susuki.scene");
-    EXPECT_STREQ(concatpath(joined, "", "/tmp/", "a", nullptr), "/tmp/a");
-
-    // Over-long names are cut to fit the 260-byte parts.
-    split(parts, (std::string(300, 'n') + ".ext").c_str());
-    EXPECT_EQ(std::string(parts.name), std::string(259, 'n'));
-    EXPECT_STREQ(parts.ext, ".ext");
+    EXPECT_STREQ(concat(joined, s), "C:/shows/susuki.scene");
 }
 
 TEST(Futil, MultibyteNames)
 {
-    const std::string path = "d" + a_ + "/" + a_ + i_ + ".txt";
-    {
-        // Not convertible in the C locale: handled byte by byte.
-        locale_guard c("C");
-        EXPECT_EQ(basekit::basename(path), a_ + i_);
-        EXPECT_EQ(dirname(path), "d" + a_ + "/");
-    }
-    locale_guard utf8("C.UTF-8");
-    if (!utf8.ok())
+    const std::string a = "\xe3\x81\x82", i = "\xe3\x81\x84";   // U+3042, U+3044
+    const std::string path = "d" + a + "/" + a + i + ".txt";
+    // The C locale cannot convert these bytes: they are handled as they are.
+    EXPECT_EQ(basekit::basename(path), a + i);
+    if (!std::setlocale(LC_ALL, "C.UTF-8"))
         GTEST_SKIP() << "no UTF-8 locale";
-    EXPECT_EQ(basekit::basename(path), a_ + i_);
-    EXPECT_EQ(dirname(path), "d" + a_ + "/");
+    EXPECT_EQ(basekit::basename(path), a + i);
+    EXPECT_EQ(dirname(path), "d" + a + "/");
     EXPECT_EQ(baseptr(path.c_str()), path.c_str() + 5);
-    EXPECT_EQ(deliminvert("x\\" + a_ + "\\y"), "x/" + a_ + "/y");
-
-    // 5 bytes hold one 3-byte character and the zero, not half of the second.
+    // 5 bytes hold one 3-byte character and the zero, not half of the next.
     char buf[5];
     EXPECT_EQ(basekit::basename(buf, path.c_str(), sizeof buf), 3u);
-    EXPECT_EQ(std::string(buf), a_);
-
-    splitpath_t parts;
-    split(parts, ("Q:" + a_ + "\\" + i_ + "." + a_).c_str());
-    EXPECT_EQ(std::string(parts.drive), "Q:");
-    EXPECT_EQ(std::string(parts.dir), a_ + "\\");
-    EXPECT_EQ(std::string(parts.name), i_);
-    EXPECT_EQ(std::string(parts.ext), "." + a_);
+    EXPECT_EQ(buf, a);
+    splitpath_t s;
+    split(s, ("Q:" + a + "\\" + i + "." + a).c_str());
+    EXPECT_EQ(s.dir, a + "\\");
+    EXPECT_EQ(s.ext, "." + a);
+    std::setlocale(LC_ALL, "C");
 }
 
 TEST(Futil, SearchPath)
 {
     tempdir first, second;
-    ASSERT_FALSE(first.path().empty());
-    ASSERT_FALSE(second.path().empty());
-    first.write("needle.dat", "1");
-    const std::string in_second = second.write("needle.dat", "2");
+    first.write("needle", "1");
+    const std::string in_second = second.write("needle", "2");
+    const std::string saved = getenv("PATH") ? getenv("PATH") : "";
+    const std::string origin = second.path + "/prog";
 
-    const char* old = std::getenv("PATH");
-    const std::string saved = old ? old : "";
-
-    setenv("PATH", ("/nonexistent;;" + first.path()).c_str(), 1);
-    EXPECT_EQ(searchpath("needle.dat", nullptr), first.path() + "/needle.dat");
-    setenv("PATH", (first.path() + "/").c_str(), 1);
-    EXPECT_EQ(searchpath("needle.dat", nullptr), first.path() + "/needle.dat");
-    // The origin's directory comes before PATH.
-    EXPECT_EQ(searchpath("needle.dat", (second.path() + "/prog").c_str()), in_second);
-    // Found as given: returned as given.
-    EXPECT_EQ(searchpath(in_second, nullptr), in_second);
-    EXPECT_EQ(searchpath("missing.dat", (second.path() + "/prog").c_str()), "missing.dat");
-    // A ':'-separated list is one directory name here.
-    setenv("PATH", ("/nonexistent:" + first.path()).c_str(), 1);
-    EXPECT_EQ(searchpath("needle.dat", nullptr), "needle.dat");
-
+    setenv("PATH", ("/nonexistent;;" + first.path).c_str(), 1);
+    EXPECT_EQ(searchpath("needle"), first.path + "/needle");
+    EXPECT_EQ(searchpath("needle", origin.c_str()), in_second);   // origin first
+    EXPECT_EQ(searchpath(in_second), in_second);                   // found as given
+    EXPECT_EQ(searchpath("missing", origin.c_str()), "missing");
+    setenv("PATH", (first.path + "/").c_str(), 1);
+    EXPECT_EQ(searchpath("needle"), first.path + "/needle");
+    setenv("PATH", ("/nonexistent:" + first.path).c_str(), 1);   // ';' only
+    EXPECT_EQ(searchpath("needle"), "needle");
     setenv("PATH", saved.c_str(), 1);
 }
 
 TEST(Futil, NeedUpdate)
 {
     tempdir dir;
-    const std::string src = dir.write("src", "s");
-    const std::string dst = dir.write("dst", "d");
-    const auto stamp = [](const std::string& path, time_t sec, long nsec) {
-        const struct timespec times[2] = {{sec, nsec}, {sec, nsec}};
-        ASSERT_EQ(utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
+    const std::string src = dir.write("src", "s"), dst = dir.write("dst", "d");
+    const auto stamp = [](const std::string& path, long nsec) {
+        const timespec times[2] = {{2000, nsec}, {2000, nsec}};
+        return utimensat(AT_FDCWD, path.c_str(), times, 0) == 0;
     };
-
-    EXPECT_FALSE(need_update(dir.path() + "/none", dst));
-    EXPECT_TRUE(need_update(src, dir.path() + "/none"));
-    stamp(src, 2000, 0);
-    stamp(dst, 1000, 0);
+    EXPECT_FALSE(need_update(dir.path + "/none", dst));
+    EXPECT_TRUE(need_update(src, dir.path + "/none"));
+    ASSERT_TRUE(stamp(src, 0) && stamp(dst, 0));
+    EXPECT_FALSE(need_update(src, dst));
+    ASSERT_TRUE(stamp(src, 500));
     EXPECT_TRUE(need_update(src, dst));
     EXPECT_FALSE(need_update(dst, src));
-    stamp(dst, 2000, 0);
-    EXPECT_FALSE(need_update(src, dst));
-    stamp(src, 2000, 500);
-    EXPECT_TRUE(need_update(src, dst));
 }
