@@ -17,7 +17,9 @@ double far_half_height(const cameraview_t& c) {
     return t * c.far / std::sqrt(a * a + 1.0);
 }
 
-float to_float(double v) { return static_cast<float>(v); }
+float to_float(double v) {
+    return static_cast<float>(v);
+}
 
 } // namespace
 
@@ -42,7 +44,9 @@ projection_t getWallPaper(const cameraview_t& c) {
     return {-(a * h), a * h, -h, h, c.near, c.far};
 }
 
-projection_t getOrtho(const orthoview_t& o) { return {-o.aspect, o.aspect, -1.0, 1.0, o.near, o.far}; }
+projection_t getOrtho(const orthoview_t& o) {
+    return {-o.aspect, o.aspect, -1.0, 1.0, o.near, o.far};
+}
 
 matrix3w_t getPerspectiveMatrix(const projection_t& p) {
     const double l = p.left, r = p.right, b = p.bottom, t = p.top, n = p.near, fa = p.far;

@@ -12,7 +12,8 @@ namespace {
 // while looking, so a blank in front of "(" makes it pass unnoticed.
 void open(std::istream& is) {
     char c = 0;
-    while (is.peek() != '(') is >> c;
+    while (is.peek() != '(')
+        is >> c;
     is.get();
 }
 
@@ -22,8 +23,10 @@ void separator(std::istream& is) {
     is >> c;
 }
 
+// Optional ")". At the end of input there is nothing to look at, and peeking
+// there would fail the stream.
 void close(std::istream& is) {
-    if (is.peek() == ')') is.get();
+    if (is.good() && is.peek() == ')') is.get();
 }
 
 template <typename First, typename... Rest>
@@ -66,21 +69,37 @@ template <typename Box> std::istream& read_box(std::istream& is, Box& v, e_mtype
 
 } // namespace
 
-std::istream& operator>>(std::istream& is, position3_t& v) { return read_value(is, v.x, v.y, v.z); }
+std::istream& operator>>(std::istream& is, position3_t& v) {
+    return read_value(is, v.x, v.y, v.z);
+}
 
-std::istream& operator>>(std::istream& is, direction3_t& v) { return read_value(is, v.x, v.y, v.z); }
+std::istream& operator>>(std::istream& is, direction3_t& v) {
+    return read_value(is, v.x, v.y, v.z);
+}
 
-std::istream& operator>>(std::istream& is, position2_t& v) { return read_value(is, v.x, v.y); }
+std::istream& operator>>(std::istream& is, position2_t& v) {
+    return read_value(is, v.x, v.y);
+}
 
-std::istream& operator>>(std::istream& is, direction2_t& v) { return read_value(is, v.x, v.y); }
+std::istream& operator>>(std::istream& is, direction2_t& v) {
+    return read_value(is, v.x, v.y);
+}
 
-std::istream& operator>>(std::istream& is, position2l_t& v) { return read_value(is, v.x, v.y); }
+std::istream& operator>>(std::istream& is, position2l_t& v) {
+    return read_value(is, v.x, v.y);
+}
 
-std::istream& operator>>(std::istream& is, direction2l_t& v) { return read_value(is, v.x, v.y); }
+std::istream& operator>>(std::istream& is, direction2l_t& v) {
+    return read_value(is, v.x, v.y);
+}
 
-std::istream& operator>>(std::istream& is, position2ul_t& v) { return read_value(is, v.x, v.y); }
+std::istream& operator>>(std::istream& is, position2ul_t& v) {
+    return read_value(is, v.x, v.y);
+}
 
-std::istream& operator>>(std::istream& is, direction2ul_t& v) { return read_value(is, v.x, v.y); }
+std::istream& operator>>(std::istream& is, direction2ul_t& v) {
+    return read_value(is, v.x, v.y);
+}
 
 std::istream& operator>>(std::istream& is, vector3w_t& v) {
     return read_value(is, v.x, v.y, v.z, v.w);
@@ -99,7 +118,9 @@ std::istream& operator>>(std::istream& is, polarpos3_t& v) {
     return read_value(is, v.r, v.theta, v.phi);
 }
 
-std::istream& operator>>(std::istream& is, angles3_t& v) { return read_value(is, v.x, v.y, v.z); }
+std::istream& operator>>(std::istream& is, angles3_t& v) {
+    return read_value(is, v.x, v.y, v.z);
+}
 
 std::istream& operator>>(std::istream& is, revolution3_t& v) {
     return read_value(is, v.x, v.y, v.z);
@@ -159,7 +180,9 @@ std::istream& operator>>(std::istream& is, box3_t& v) {
     return read_box(is, v, mt_pos3);
 }
 
-std::istream& operator>>(std::istream& is, dim2_t& v) { return read_value(is, v.width, v.height); }
+std::istream& operator>>(std::istream& is, dim2_t& v) {
+    return read_value(is, v.width, v.height);
+}
 
 std::istream& operator>>(std::istream& is, dim3_t& v) {
     return read_value(is, v.width, v.height, v.depth);
@@ -169,7 +192,9 @@ std::istream& operator>>(std::istream& is, surface_t& v) {
     return read_value(is, v.a, v.b, v.c, v.d);
 }
 
-std::istream& operator>>(std::istream& is, line2d_t& v) { return read_value(is, v.a, v.b, v.c); }
+std::istream& operator>>(std::istream& is, line2d_t& v) {
+    return read_value(is, v.a, v.b, v.c);
+}
 
 // The direction's word is not checked.
 std::istream& operator>>(std::istream& is, line3d_t& v) {
@@ -187,7 +212,9 @@ std::istream& operator>>(std::istream& is, projection_t& v) {
     return read_value(is, v.left, v.right, v.bottom, v.top, v.near, v.far);
 }
 
-std::istream& operator>>(std::istream& is, color3_t& v) { return read_value(is, v.r, v.g, v.b); }
+std::istream& operator>>(std::istream& is, color3_t& v) {
+    return read_value(is, v.r, v.g, v.b);
+}
 
 std::istream& operator>>(std::istream& is, color3a_t& v) {
     return read_value(is, v.r, v.g, v.b, v.a);
@@ -198,15 +225,25 @@ std::istream& operator>>(std::istream& is, color3aub_t& v) {
     return read_value(is, v.r, v.g, v.b, v.a);
 }
 
-std::istream& operator>>(std::istream& is, color3ub_t& v) { return read_value(is, v.r, v.g, v.b); }
+std::istream& operator>>(std::istream& is, color3ub_t& v) {
+    return read_value(is, v.r, v.g, v.b);
+}
 
-std::istream& operator>>(std::istream& is, color1aub_t& v) { return read_value(is, v.l, v.a); }
+std::istream& operator>>(std::istream& is, color1aub_t& v) {
+    return read_value(is, v.l, v.a);
+}
 
-std::istream& operator>>(std::istream& is, color1ub_t& v) { return read_value(is, v.l); }
+std::istream& operator>>(std::istream& is, color1ub_t& v) {
+    return read_value(is, v.l);
+}
 
-std::istream& operator>>(std::istream& is, texcoord1_t& v) { return read_value(is, v.s); }
+std::istream& operator>>(std::istream& is, texcoord1_t& v) {
+    return read_value(is, v.s);
+}
 
-std::istream& operator>>(std::istream& is, texcoord2_t& v) { return read_value(is, v.s, v.t); }
+std::istream& operator>>(std::istream& is, texcoord2_t& v) {
+    return read_value(is, v.s, v.t);
+}
 
 std::istream& operator>>(std::istream& is, texcoord2q_t& v) {
     return read_value(is, v.s, v.t, v.q);

@@ -11,9 +11,13 @@ namespace geokit {
 namespace {
 
 // Floats go through the double insertion.
-void put(std::ostream& os, float v) { os << static_cast<double>(v); }
+void put(std::ostream& os, float v) {
+    os << static_cast<double>(v);
+}
 
-template <typename T> void put(std::ostream& os, const T& v) { os << v; }
+template <typename T> void put(std::ostream& os, const T& v) {
+    os << v;
+}
 
 template <typename First, typename... Rest>
 std::ostream& write_fixed(std::ostream& os, const char* prefix, const First& first,

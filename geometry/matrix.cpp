@@ -22,7 +22,8 @@ tmatrix4_t generic(const matrix3w_t& src) {
 matrix3w_t Transpose(const matrix3w_t& src) {
     matrix3w_t out{};
     for (int i = 0; i < 4; ++i)
-        for (int j = 0; j < 4; ++j) out.m[4 * i + j] = src.m[4 * j + i];
+        for (int j = 0; j < 4; ++j)
+            out.m[4 * i + j] = src.m[4 * j + i];
     return out;
 }
 
@@ -42,7 +43,9 @@ vector3w_t operator*(const matrix3w_t& M, const vector3w_t& v) {
     return {r[0], r[1], r[2], r[3]};
 }
 
-float Determinant(const matrix3w_t& src) { return Determinant(generic(src)); }
+float Determinant(const matrix3w_t& src) {
+    return Determinant(generic(src));
+}
 
 matrix3w_t Invert(const matrix3w_t& src) {
     const tmatrix4_t g = generic(src);

@@ -6,8 +6,8 @@
 
 namespace geokit {
 
-inline constexpr matrix3w_t Imtx{{1.0f, 0.0f, 0.0f, 0.0f, 0.0f, 1.0f, 0.0f, 0.0f, 0.0f, 0.0f,
-                                  1.0f, 0.0f, 0.0f, 0.0f, 0.0f, 1.0f}};
+inline constexpr matrix3w_t Imtx{{1.0f, 0.0f, 0.0f, 0.0f, 0.0f, 1.0f, 0.0f, 0.0f, 0.0f, 0.0f, 1.0f,
+                                  0.0f, 0.0f, 0.0f, 0.0f, 1.0f}};
 
 matrix3w_t Transpose(const matrix3w_t& src);
 

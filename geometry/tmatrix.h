@@ -7,9 +7,7 @@
 namespace geokit {
 
 // Storage group g (a column) holds N elements; element k of group g is m[N * g + k].
-template <std::uint64_t N, std::uint64_t M> struct tmatrix_t {
-    float m[N * M];
-};
+template <std::uint64_t N, std::uint64_t M> struct tmatrix_t { float m[N * M]; };
 
 using tmatrix3_t = tmatrix_t<3, 3>;
 using tmatrix4_t = tmatrix_t<4, 4>;

@@ -50,9 +50,13 @@ template <typename T> T roundup_each(const T& p, float qx, float qy, float qz) {
 
 } // namespace
 
-direction3_t Normalize(const position3_t& p) { return normalized(p.x, p.y, p.z); }
+direction3_t Normalize(const position3_t& p) {
+    return normalized(p.x, p.y, p.z);
+}
 
-direction3_t Normalize(const direction3_t& d) { return normalized(d.x, d.y, d.z); }
+direction3_t Normalize(const direction3_t& d) {
+    return normalized(d.x, d.y, d.z);
+}
 
 vector3w_t Normalize(const vector3w_t& v) {
     const direction3_t d = normalized(v.x, v.y, v.z);
@@ -81,9 +85,13 @@ float ScalarTriProduct(const direction3_t& a, const direction3_t& b, const direc
     return dot(CrossProduct(a, b), c);
 }
 
-position3_t round_to_quotient(const position3_t& p, float q) { return round_each(p, q, q, q); }
+position3_t round_to_quotient(const position3_t& p, float q) {
+    return round_each(p, q, q, q);
+}
 
-direction3_t round_to_quotient(const direction3_t& p, float q) { return round_each(p, q, q, q); }
+direction3_t round_to_quotient(const direction3_t& p, float q) {
+    return round_each(p, q, q, q);
+}
 
 position3_t round_to_quotient(const position3_t& p, const direction3_t& q) {
     return round_each(p, q.x, q.y, q.z);
@@ -93,7 +101,9 @@ direction3_t round_to_quotient(const direction3_t& p, const direction3_t& q) {
     return round_each(p, q.x, q.y, q.z);
 }
 
-float roundup_to_quotient(float v, float q) { return roundup_component(v, q); }
+float roundup_to_quotient(float v, float q) {
+    return roundup_component(v, q);
+}
 
 position3_t roundup_to_quotient(const position3_t& p, float q) {
     return roundup_each(p, q, q, q);
@@ -117,6 +127,8 @@ position3_t SpecializeToPos(const vector3w_t& v) {
     return {v.x * inv, v.y * inv, v.z * inv};
 }
 
-direction3_t SpecializeToDir(const vector3w_t& v) { return normalized(v.x, v.y, v.z); }
+direction3_t SpecializeToDir(const vector3w_t& v) {
+    return normalized(v.x, v.y, v.z);
+}
 
 } // namespace geokit
