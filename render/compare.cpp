@@ -1,0 +1,107 @@
+// Image compare pass: each channel of each texel takes the larger of the two
+// images' values.
+#include "render/compare.h"
+
+#include "glload/glextloader.h"
+
+namespace vexlor {
+namespace {
+
+constexpr char k_fragment_source[] = R"(#version 330
+in vec2 txc;
+layout(location = 0) out vec4 FragmentColor;
+uniform sampler2D Tex1;
+uniform sampler2D Tex2;
+vec4 compare_greater(vec4 a, vec4 b)
+{
+    return vec4(a.x > b.x ? a.x : b.x, a.y > b.y ? a.y : b.y,
+                a.z > b.z ? a.z : b.z, a.w > b.w ? a.w : b.w);
+}
+void main()
+{
+    vec4 color1 = texture(Tex1, txc);
+    vec4 color2 = texture(Tex2, txc);
+    FragmentColor = compare_greater(color1, color2);
+}
+)";
+
+void upload(GLenum unit, GLuint texture, const geokit::image2d_t& image)
+{
+    glActiveTexture(unit);
+    glEnable(GL_TEXTURE_2D);
+    glBindTexture(GL_TEXTURE_2D, texture);
+    // RGB rows are packed without padding.
+    GLint alignment = 4;
+    glGetIntegerv(GL_UNPACK_ALIGNMENT, &alignment);
+    glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
+    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, image.width, static_cast<GLsizei>(image.height), 0,
+                 GL_RGB, GL_UNSIGNED_BYTE, image.pixels.begin());
+    glPixelStorei(GL_UNPACK_ALIGNMENT, alignment);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
+}
+
+void release(GLenum unit)
+{
+    glActiveTexture(unit);
+    glBindTexture(GL_TEXTURE_2D, 0);
+    glDisable(GL_TEXTURE_2D);
+}
+
+} // namespace
+
+gl_program_t compare_t::s_gl_program;
+GLint compare_t::s_model_location = -1;
+GLint compare_t::s_proj_location = -1;
+GLint compare_t::s_tex1_location = -1;
+GLint compare_t::s_tex2_location = -1;
+GLuint compare_t::s_tex1id = 0;
+GLuint compare_t::s_tex2id = 0;
+
+void compare_t::Init()
+{
+    if (m_initialised) return;
+    if (s_gl_program.Init(k_quad_vertex_source, k_quad_vertex_length, k_fragment_source,
+                          sizeof(k_fragment_source) - 1)) {
+        s_model_location = s_gl_program.getUniformLocation("ModelviewMtx");
+        s_proj_location = s_gl_program.getUniformLocation("Projection");
+        s_tex1_location = s_gl_program.getUniformLocation("Tex1");
+        s_tex2_location = s_gl_program.getUniformLocation("Tex2");
+    }
+    m_quad.Init();
+    glGenTextures(1, &s_tex1id);
+    glGenTextures(1, &s_tex2id);
+    m_initialised = true;
+}
+
+void compare_t::Draw(const geokit::image2d_t& image1, const geokit::image2d_t& image2)
+{
+    m_projection = quadprojection();
+    m_modelview = geokit::Imtx;
+    s_gl_program.Use();
+    glUniformMatrix4fv(s_model_location, 1, GL_TRUE, m_modelview.m);
+    glUniformMatrix4fv(s_proj_location, 1, GL_TRUE, m_projection.m);
+    glUniform1i(s_tex1_location, 0);
+    glUniform1i(s_tex2_location, 1);
+    upload(GL_TEXTURE0, s_tex1id, image1);
+    upload(GL_TEXTURE1, s_tex2id, image2);
+    m_quad.Draw();
+    release(GL_TEXTURE1);
+    release(GL_TEXTURE0);
+    s_gl_program.Unuse();
+}
+
+void compare_t::Destroy()
+{
+    if (!m_initialised) return;
+    if (glload::gl_context_current()) {
+        s_gl_program.Destroy();
+        glDeleteTextures(1, &s_tex1id);
+        glDeleteTextures(1, &s_tex2id);
+    }
+    s_tex1id = s_tex2id = 0;
+    m_quad.Destroy();
+    m_initialised = false;
+}
+
+} // namespace vexlor

@@ -1,0 +1,41 @@
+// Combines two images by their per-channel maximum over the whole viewport.
+// Nothing in the viewer calls it; it completes the renderer set.
+#pragma once
+
+#include "geometry/geokit.h"
+#include "render/pgmshdr.h"
+#include "render/quad.h"
+
+#include <epoxy/gl.h>
+
+namespace vexlor {
+
+class compare_t {
+public:
+    compare_t() = default;
+    ~compare_t() { Destroy(); }
+    compare_t(const compare_t&) = delete;
+    compare_t& operator=(const compare_t&) = delete;
+
+    void Init();
+    void Draw(const geokit::image2d_t& image1, const geokit::image2d_t& image2);
+    void Destroy();
+
+    bool initialised() const { return m_initialised; }
+
+private:
+    bool m_initialised = false;
+    quad_t m_quad;
+    geokit::matrix3w_t m_modelview{};
+    geokit::matrix3w_t m_projection{};
+
+    static gl_program_t s_gl_program;
+    static GLint s_model_location;
+    static GLint s_proj_location;
+    static GLint s_tex1_location;
+    static GLint s_tex2_location;
+    static GLuint s_tex1id;
+    static GLuint s_tex2id;
+};
+
+} // namespace vexlor

@@ -1,0 +1,145 @@
+// Point sprites: the vertex shader turns a size in eye-space units into the
+// sprite's size (its projected extent in normalised device units, used as
+// pixels); the fragment shader modulates the vertex colour by the sprite.
+#include "render/draw.h"
+
+#include "glload/glextloader.h"
+
+#include <GL/glu.h>
+
+#include <cstdint>
+
+namespace vexlor {
+namespace {
+
+constexpr char k_vertex_source[] = R"(#version 330
+layout(location = 0) in vec3 Position;
+layout(location = 1) in float PointSize;
+layout(location = 2) in vec4 Color;
+uniform mat4 ModelviewMtx;
+uniform mat4 Projection;
+out vec4 vertexColor;
+void main()
+{
+    vec4 eye = vec4(Position, 1.0) * ModelviewMtx;
+    vertexColor = Color;
+    vec4 clip = eye * Projection;
+    vec4 edge = eye;
+    edge.x += PointSize;
+    edge = edge * Projection;
+    edge = edge / edge.w;
+    gl_Position = clip / clip.w;
+    gl_PointSize = edge.x - gl_Position.x;
+}
+)";
+
+constexpr char k_fragment_source[] = R"(#version 330
+in vec4 vertexColor;
+layout(location = 0) out vec4 fragmentColor;
+uniform sampler2D Tex;
+void main()
+{
+    fragmentColor = vertexColor * texture(Tex, gl_PointCoord);
+}
+)";
+
+constexpr GLsizei k_stride = sizeof(primitive_t);
+
+const void* offset(std::size_t bytes)
+{
+    return reinterpret_cast<const void*>(static_cast<std::uintptr_t>(bytes));
+}
+
+} // namespace
+
+gl_program_t draw_t::s_gl_program;
+GLuint draw_t::s_texid = 0;
+sprite_image_t draw_t::s_teximg;
+GLint draw_t::s_model_location = -1;
+GLint draw_t::s_proj_location = -1;
+GLint draw_t::s_tex_location = -1;
+
+void draw_t::Init(std::size_t count)
+{
+    if (m_initialised) return;
+    if (s_gl_program.Init(k_vertex_source, sizeof(k_vertex_source) - 1, k_fragment_source,
+                          sizeof(k_fragment_source) - 1)) {
+        s_model_location = s_gl_program.getUniformLocation("ModelviewMtx");
+        s_proj_location = s_gl_program.getUniformLocation("Projection");
+        s_tex_location = s_gl_program.getUniformLocation("Tex");
+    }
+    glGenVertexArrays(1, &m_vao);
+    glGenBuffers(1, &m_vbo);
+    glBindBuffer(GL_ARRAY_BUFFER, m_vbo);
+    glBufferData(GL_ARRAY_BUFFER, static_cast<GLsizeiptr>(count * sizeof(primitive_t)), nullptr,
+                 GL_DYNAMIC_DRAW);
+    glBindBuffer(GL_ARRAY_BUFFER, 0);
+
+    makesprite(s_teximg);
+    glGenTextures(1, &s_texid);
+    glBindTexture(GL_TEXTURE_2D, s_texid);
+    gluBuild2DMipmaps(GL_TEXTURE_2D, GL_RGBA, k_sprite_side, k_sprite_side, GL_RGBA,
+                      GL_UNSIGNED_BYTE, s_teximg.data());
+    glBindTexture(GL_TEXTURE_2D, 0);
+    m_initialised = true;
+}
+
+void draw_t::Update(const primitive_t* data, std::size_t count)
+{
+    if (!m_initialised) return;
+    // The buffer is bound here, not left bound from Init: other passes bind theirs.
+    glBindBuffer(GL_ARRAY_BUFFER, m_vbo);
+    glBufferSubData(GL_ARRAY_BUFFER, 0, static_cast<GLsizeiptr>(count * sizeof(primitive_t)), data);
+    if (count != 0) {
+        glBindVertexArray(m_vao);
+        glVertexAttribPointer(0, 3, GL_FLOAT, GL_FALSE, k_stride, offset(offsetof(primitive_t, position)));
+        glVertexAttribPointer(1, 1, GL_FLOAT, GL_TRUE, k_stride, offset(offsetof(primitive_t, pointsize)));
+        glVertexAttribPointer(2, 4, GL_FLOAT, GL_TRUE, k_stride, offset(offsetof(primitive_t, color)));
+        glEnableVertexAttribArray(0);
+        glEnableVertexAttribArray(1);
+        glEnableVertexAttribArray(2);
+        glBindVertexArray(0);
+    }
+    glBindBuffer(GL_ARRAY_BUFFER, 0);
+}
+
+void draw_t::Draw(std::size_t count, const geokit::matrix3w_t& modelview,
+                  const geokit::matrix3w_t& projection)
+{
+    s_gl_program.Use();
+    // Row-major matrices for row vectors: the shader multiplies vector * matrix.
+    glUniformMatrix4fv(s_model_location, 1, GL_TRUE, modelview.m);
+    glUniformMatrix4fv(s_proj_location, 1, GL_TRUE, projection.m);
+    glUniform1i(s_tex_location, 0);
+    glBindVertexArray(m_vao);
+    glEnable(GL_POINT_SPRITE);
+    glEnable(GL_VERTEX_PROGRAM_POINT_SIZE);
+    glPointParameterf(GL_POINT_FADE_THRESHOLD_SIZE, 1.0f);
+    glPointParameteri(GL_POINT_SPRITE_COORD_ORIGIN, GL_LOWER_LEFT);
+    glActiveTexture(GL_TEXTURE0);
+    glEnable(GL_TEXTURE_2D);
+    glBindTexture(GL_TEXTURE_2D, s_texid);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR_MIPMAP_LINEAR);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
+    glDrawArrays(GL_POINTS, 0, static_cast<GLsizei>(count));
+    glDisable(GL_TEXTURE_2D);
+    glBindTexture(GL_TEXTURE_2D, 0);
+    glBindVertexArray(0);
+    s_gl_program.Unuse();
+}
+
+void draw_t::Destroy()
+{
+    if (!m_initialised) return;
+    // At process exit the context (and every object in it) may be gone already.
+    if (glload::gl_context_current()) {
+        s_gl_program.Destroy();
+        glDeleteTextures(1, &s_texid);
+        glDeleteBuffers(1, &m_vbo);
+        glDeleteVertexArrays(1, &m_vao);
+    }
+    s_texid = m_vbo = m_vao = 0;
+    m_initialised = false;
+}
+
+} // namespace vexlor

@@ -1,0 +1,46 @@
+// Point-sprite renderer: every spark is one textured point whose size is given
+// in eye-space units. The vertex buffer is sized once for the largest spark
+// count and overwritten each frame.
+#pragma once
+
+#include "firework/primitive.h"
+#include "geometry/geokit.h"
+#include "render/pgmshdr.h"
+#include "render/sprite.h"
+
+#include <epoxy/gl.h>
+
+#include <cstddef>
+
+namespace vexlor {
+
+class draw_t {
+public:
+    draw_t() = default;
+    ~draw_t() { Destroy(); }
+    draw_t(const draw_t&) = delete;
+    draw_t& operator=(const draw_t&) = delete;
+
+    // `count`: capacity in primitives.
+    void Init(std::size_t count);
+    void Update(const primitive_t* data, std::size_t count);
+    void Draw(std::size_t count, const geokit::matrix3w_t& modelview,
+              const geokit::matrix3w_t& projection);
+    void Destroy();
+
+    bool initialised() const { return m_initialised; }
+
+private:
+    bool m_initialised = false;
+    GLuint m_vao = 0;
+    GLuint m_vbo = 0;
+
+    static gl_program_t s_gl_program;
+    static GLuint s_texid;
+    static sprite_image_t s_teximg;
+    static GLint s_model_location;
+    static GLint s_proj_location;
+    static GLint s_tex_location;
+};
+
+} // namespace vexlor

@@ -1,0 +1,38 @@
+// Draws a texture over the whole viewport; the viewer shows its trail image
+// with it.
+#pragma once
+
+#include "geometry/geokit.h"
+#include "render/pgmshdr.h"
+#include "render/quad.h"
+
+#include <epoxy/gl.h>
+
+namespace vexlor {
+
+class texture_t {
+public:
+    texture_t() = default;
+    ~texture_t() { Destroy(); }
+    texture_t(const texture_t&) = delete;
+    texture_t& operator=(const texture_t&) = delete;
+
+    void Init();
+    void Draw(GLuint texture);
+    void Destroy();
+
+    bool initialised() const { return m_initialised; }
+
+private:
+    bool m_initialised = false;
+    quad_t m_quad;
+    geokit::matrix3w_t m_modelview{};
+    geokit::matrix3w_t m_projection{};
+
+    static gl_program_t s_gl_program;
+    static GLint s_model_location;
+    static GLint s_proj_location;
+    static GLint s_tex_location;
+};
+
+} // namespace vexlor
