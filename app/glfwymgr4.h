@@ -1,0 +1,55 @@
+// The window manager: creates GLFW windows for callback objects, keeps the
+// two-way association, translates GLFW events into GLUT-style calls and runs
+// the event loop. One static instance exists, reachable as singleton.
+#pragma once
+
+#include "app/framepacer.h"
+#include "app/glutyapi4.h"
+#include "app/singleton.h"
+
+#define GLFW_INCLUDE_NONE
+#include <GLFW/glfw3.h>
+
+#include <map>
+
+namespace winkit {
+
+class glfwyMGR4 : public singleton<glfwyMGR4> {
+public:
+    glfwyMGR4();
+    ~glfwyMGR4();
+    glfwyMGR4(const glfwyMGR4&) = delete;
+    glfwyMGR4& operator=(const glfwyMGR4&) = delete;
+
+    void IdleOn() { m_idle = true; }
+    void IdleOff() { m_idle = false; }
+    void Exit() { m_exit = true; }
+    void KeyRepeat(bool on) { m_keyrepeat = on; }
+    void PostRedisplay();
+    void SwapBuffers(glutyAPI4* window);
+
+    // Creates a 640 x 480 window titled `title` for `window`, makes its context
+    // current, then calls init() and reshape(640, 480). Null on failure.
+    GLFWwindow* addWindow(glutyAPI4* window, const char* title);
+    void MainLoop();
+
+    // The GLFW handle of a registered object (null when not registered).
+    GLFWwindow* handle(glutyAPI4* window) const;
+    glutyAPI4* object(GLFWwindow* window) const;
+
+    bool idling() const { return m_idle; }
+    bool keyrepeat() const { return m_keyrepeat; }
+    void redisplay() { m_redisplay = true; }
+
+private:
+    std::map<GLFWwindow*, glutyAPI4*> m_objects;
+    std::map<glutyAPI4*, GLFWwindow*> m_windows;
+    bool m_reserved = false;
+    bool m_exit = false;
+    bool m_idle = true;
+    bool m_keyrepeat = false;
+    bool m_redisplay = false;
+    framepacer_t m_pacer;
+};
+
+} // namespace winkit

@@ -1,0 +1,33 @@
+// vexlor: a real-time fireworks show. Builds the one viewer window, hands it
+// to the window manager and runs the event loop until the window closes.
+#include "app/glfwymgr4.h"
+#include "app/usage.h"
+#include "app/viewwindow.h"
+#include "utils/common.h"
+
+#include <clocale>
+#include <cstdlib>
+#include <iostream>
+
+int main(int argc, char** argv)
+{
+    std::setlocale(LC_ALL, "");
+
+    if (const int status = vexlor::commandline(argc, argv); status >= 0) return status;
+
+    // The audio engine runs on SDL, which would otherwise swallow Ctrl-C and
+    // SIGTERM; with this they end the program as users expect.
+    setenv("SDL_NO_SIGNAL_HANDLERS", "1", 1);
+
+    if (!glfwInit()) {
+        basekit::error();
+        std::cerr << "glfwInit() failed." << std::endl;
+        std::exit(1);
+    }
+
+    vexlor::ViewWindow view(argc, argv);
+    winkit::glfwyMGR4::instance()->addWindow(&view, "vexlor");
+    winkit::glfwyMGR4::instance()->MainLoop();
+    glfwTerminate();
+    return 0;
+}

@@ -1,0 +1,120 @@
+// Parts of the viewer that need no window: the camera, the data-file lookup
+// and the command line.
+#include "app/datapath.h"
+#include "app/usage.h"
+#include "app/viewstate.h"
+
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+geokit::vector3w_t transform(float x, float y, float z, const geokit::matrix3w_t& m)
+{
+    // The shaders' row vector times row-major matrix.
+    return geokit::vector3w_t{x, y, z, 1.0f} * m;
+}
+
+TEST(ViewerCamera, LooksAlongPlusYFromInFrontOfTheLiftedLaunchSite)
+{
+    vexlor::view::camerasetup();
+    using vexlor::view::inv;
+    using vexlor::view::modelmtx;
+    using vexlor::view::mtx;
+
+    // The launch point, lifted by 1000, lies 100 ahead and 10 below the eye.
+    const auto launch = transform(0, 0, 1000, mtx);
+    EXPECT_NEAR(launch.x, 0.0f, 1e-3);
+    EXPECT_NEAR(launch.y, -10.0f, 1e-3);
+    EXPECT_NEAR(launch.z, -100.0f, 1e-3);
+    // Further along +y is further away; +x stays to the right; +z is up.
+    const auto beyond = transform(3, 50, 1030, mtx);
+    EXPECT_NEAR(beyond.x, 3.0f, 1e-3);
+    EXPECT_NEAR(beyond.y, 20.0f, 1e-3);
+    EXPECT_NEAR(beyond.z, -150.0f, 1e-3);
+
+    // inv undoes mtx.
+    const auto back = transform(launch.x, launch.y, launch.z, inv);
+    EXPECT_NEAR(back.x, 0.0f, 1e-3);
+    EXPECT_NEAR(back.y, 0.0f, 1e-3);
+    EXPECT_NEAR(back.z, 1000.0f, 1e-2);
+    for (int i = 0; i < 16; ++i) EXPECT_EQ(modelmtx.m[i], mtx.m[i]);
+}
+
+class DataPath : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        m_old = fs::current_path();
+        m_dir = fs::temp_directory_path() / ("vexlor-datapath-" + std::to_string(getpid()));
+        fs::create_directories(m_dir);
+        fs::current_path(m_dir);
+    }
+    void TearDown() override
+    {
+        fs::current_path(m_old);
+        fs::remove_all(m_dir);
+        if (!m_beside.empty()) fs::remove(m_beside);
+    }
+    fs::path m_old, m_dir, m_beside;
+};
+
+TEST_F(DataPath, WorkingDirectoryFirstThenBesideTheExecutable)
+{
+    const std::string name = "vexlor-test-" + std::to_string(getpid()) + ".wav";
+    EXPECT_EQ(vexlor::finddata(name, "/nowhere/vexlor"), name) << "missing everywhere";
+
+    m_beside = fs::read_symlink("/proc/self/exe").parent_path() / name;
+    std::ofstream(m_beside) << "x";
+    EXPECT_EQ(vexlor::finddata(name, "vexlor"), m_beside.string());
+
+    std::ofstream(name) << "x";
+    EXPECT_EQ(vexlor::finddata(name, "vexlor"), name) << "the working directory wins";
+
+    // A directory of that name is not a data file.
+    fs::remove(name);
+    fs::create_directory(name);
+    EXPECT_EQ(vexlor::finddata(name, "vexlor"), m_beside.string());
+}
+
+int run(std::vector<std::string> args, std::string& out, std::string& err)
+{
+    std::vector<char*> argv;
+    for (auto& a : args) argv.push_back(a.data());
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    const int status = vexlor::commandline(static_cast<int>(argv.size()), argv.data());
+    out = testing::internal::GetCapturedStdout();
+    err = testing::internal::GetCapturedStderr();
+    return status;
+}
+
+TEST(CommandLine, HelpVersionUnknownOptionsAndSceneFiles)
+{
+    std::string out, err;
+    EXPECT_EQ(run({"vexlor", "--help"}, out, err), 0);
+    EXPECT_EQ(out.rfind("usage: vexlor", 0), 0u);
+    EXPECT_NE(out.find("Enter"), std::string::npos) << "the keys are listed";
+    EXPECT_EQ(err, "");
+
+    EXPECT_EQ(run({"vexlor", "--version"}, out, err), 0);
+    EXPECT_EQ(out, std::string("vexlor ") + VEXLOR_VERSION + "\n");
+
+    EXPECT_EQ(run({"vexlor", "--bogus"}, out, err), 2);
+    EXPECT_EQ(out, "");
+    EXPECT_NE(err.find("--bogus"), std::string::npos);
+
+    EXPECT_EQ(run({"vexlor"}, out, err), -1) << "no argument plays the built-in show";
+    EXPECT_EQ(run({"vexlor", "show.scene"}, out, err), -1);
+    EXPECT_EQ(run({"vexlor", "-"}, out, err), -1) << "a lone dash is a file name";
+    EXPECT_EQ(out + err, "");
+}
+
+} // namespace
