@@ -137,10 +137,6 @@ void ViewWindow::leavetrail()
 void ViewWindow::toggleworkarea()
 {
     GLFWwindow* window = winkit::glfwyMGR4::instance()->handle(this);
-    int w = 0, h = 0, x = 0, y = 0, ax = 0, ay = 0, aw = 0, ah = 0;
-    glfwGetWindowSize(window, &w, &h);
-    glfwGetWindowPos(window, &x, &y);
-    glfwGetMonitorWorkarea(glfwGetPrimaryMonitor(), &ax, &ay, &aw, &ah);
     if (fullscreen) {
         fullscreen = false;
         if (winwidth != 0 && winheight != 0) {
@@ -148,13 +144,8 @@ void ViewWindow::toggleworkarea()
             glfwSetWindowPos(window, winx, winy);
         }
     } else {
-        winwidth = w;
-        winheight = h;
-        winx = x;
-        winy = y;
         fullscreen = true;
-        glfwSetWindowPos(window, 0, 0);
-        glfwSetWindowSize(window, aw, ah);
+        toworkarea(window);
     }
 }
 

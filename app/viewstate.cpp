@@ -57,6 +57,16 @@ void camerasetup()
     modelmtx = mtx;
 }
 
+void toworkarea(GLFWwindow* window)
+{
+    int ax = 0, ay = 0, aw = 0, ah = 0;
+    glfwGetWindowSize(window, &winwidth, &winheight);
+    glfwGetWindowPos(window, &winx, &winy);
+    glfwGetMonitorWorkarea(glfwGetPrimaryMonitor(), &ax, &ay, &aw, &ah);
+    glfwSetWindowPos(window, 0, 0);
+    glfwSetWindowSize(window, aw, ah);
+}
+
 std::uint32_t clockmicros()
 {
     return basekit::timeGetTime() * 1000u;

@@ -8,6 +8,9 @@
 #include "render/draw.h"
 #include "render/texture.h"
 
+#define GLFW_INCLUDE_NONE
+#include <GLFW/glfw3.h>
+
 namespace vexlor::view {
 
 extern draw_t draw;
@@ -35,6 +38,10 @@ extern int winy;
 // Camera 100 units in front of the launch site, 10 units above the lifted
 // launch height, looking along +y (z is up).
 void camerasetup();
+
+// Saves the window's size and position, then gives it the primary monitor's
+// work-area size at (0, 0): the work area's own origin is ignored on purpose.
+void toworkarea(GLFWwindow* window);
 
 // Microseconds on the show's clock: milliseconds times 1000, in 32 bits.
 std::uint32_t clockmicros();

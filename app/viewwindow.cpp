@@ -86,20 +86,7 @@ void ViewWindow::init()
     glDisable(GL_DITHER);
     glDisable(GL_DEPTH_TEST);
 
-    GLFWwindow* window = winkit::glfwyMGR4::instance()->handle(this);
-    int w = 0, h = 0, x = 0, y = 0, ax = 0, ay = 0, aw = 0, ah = 0;
-    glfwGetWindowSize(window, &w, &h);
-    glfwGetWindowPos(window, &x, &y);
-    glfwGetMonitorWorkarea(glfwGetPrimaryMonitor(), &ax, &ay, &aw, &ah);
-    if (fullscreen) {
-        winwidth = w;
-        winheight = h;
-        winx = x;
-        winy = y;
-        // The work area's own origin is ignored: the window always goes to (0, 0).
-        glfwSetWindowPos(window, 0, 0);
-        glfwSetWindowSize(window, aw, ah);
-    }
+    if (fullscreen) toworkarea(winkit::glfwyMGR4::instance()->handle(this));
 
     camerasetup();
     polyoffsetunit = polyoffsetfactor = 0;
