@@ -129,13 +129,14 @@ class Recording:
 class Program:
     """One run of vexlor under a private X server with its sound recorded."""
 
-    def __init__(self, binary, args=(), audio="disk", cwd=None):
+    def __init__(self, binary, args=(), audio="disk", cwd=None, extra_env=None):
         self.xvfb = Xvfb()
         self.tmp = tempfile.TemporaryDirectory(prefix="vexlor-run-")
         self.audio_path = os.path.join(self.tmp.name, "sound.raw")
         env = self.xvfb.env()
         env["SDL_AUDIODRIVER"] = audio
         env["SDL_DISKAUDIOFILE"] = self.audio_path
+        env.update(extra_env or {})
         self.out_path = os.path.join(self.tmp.name, "stdout")
         self.err_path = os.path.join(self.tmp.name, "stderr")
         self._out = open(self.out_path, "w")
