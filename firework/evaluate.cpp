@@ -1,17 +1,48 @@
 // Per-frame evaluation of the scene. The shortcuts taken here (burnt-out
-// shells and stars skipped, the tail of a star's stages cut short, positions
-// computed only for lit stages) never change a point or a sound.
+// shells and stars skipped, dark stages of one repeated delay passed over in
+// one step, the tail cut short, positions computed only for lit stages)
+// never change a point or a sound.
 #include "firework/evaluate.h"
 
 #include "firework/ballistic.h"
 #include "firework/filmcolor.h"
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 
 namespace vexlor {
 
 namespace {
+
+// Passes over tail stages of one repeated delay that are still too far from
+// their films to show, in one step. It only does so when every subtraction
+// and addition of the plain walk would be exact: r and a are then multiples
+// of a power of two that the delay is a multiple of, and stay below 2^24
+// of it, so r - k delay and a + k delay are exactly what k steps would give.
+// Returns the number of stages passed over.
+std::size_t skipdark(const starlimits_t& limits, std::size_t stages, float& r, float& a)
+{
+    const double step = limits.step;
+    if (!(step > 0.0) || !std::isnormal(r) || r < step)
+        return 0;
+    const double quantum = std::ldexp(1.0, std::ilogb(r) - 23); // r's own spacing
+    if (std::fmod(step, quantum) != 0.0 || std::fmod(static_cast<double>(a), limits.stepquantum) != 0.0)
+        return 0;
+    // Stage k (from 1) is used while r - (k - 1) step >= step, and dark while
+    // r - k step > tailwindow; stop a stage short of the first one that might show.
+    const double used = std::min(static_cast<double>(stages), std::floor(r / step));
+    const double k = std::min(used, std::floor((r - limits.tailwindow) / step) - 1.0);
+    if (!(k >= 2.0))
+        return 0;
+    const double left = r - k * step;
+    const double spent = a + k * step;
+    if (!(left > limits.tailwindow) || spent >= limits.stepquantum * 16777216.0)
+        return 0;
+    r = static_cast<float>(left);
+    a = static_cast<float>(spent);
+    return static_cast<std::size_t>(k);
+}
 
 // One star after the burst: b seconds since the burst at burst point B.
 void evaluatestar(const fire_t& fire, const starlimits_t& limits, const geokit::position3_t& B,
@@ -24,7 +55,9 @@ void evaluatestar(const fire_t& fire, const starlimits_t& limits, const geokit::
     float c = 1.0f; // drag of the last carrier
     geokit::color3a_t color;
     const std::size_t count = fire.powders.size();
-    for (std::size_t i = 0; i < count; ++i) {
+    const std::size_t head = std::min(count, limits.tailstart);
+    std::size_t i = 0;
+    for (; i < head; ++i) {
         const powder_t& powder = fire.powders[i];
         if (powder.delay == 0.0f) {
             if (powder.films.empty()) {
@@ -36,18 +69,29 @@ void evaluatestar(const fire_t& fire, const starlimits_t& limits, const geokit::
                 points.push_back({ballistic(B, V, b, powder.drag), powder.size, color});
             continue;
         }
-        const bool tail = i >= limits.tailstart;
-        // r only falls in the tail, so once below every remaining delay all
-        // the rest is skipped.
-        if (tail && r < limits.mindelay)
-            return;
         if (powder.delay > r)
             continue;
         a += powder.delay;
         r -= powder.delay;
-        if (tail && static_cast<double>(r) > limits.tailwindow)
-            continue;
         if (!filmcolor(powder.films, r, color))
+            continue;
+        const geokit::position3_t ignition = ballistic(B, V, a, c);
+        points.push_back({ballistic(ignition, V, r, powder.drag), powder.size, color});
+    }
+
+    // The tail: positive delays only, so r only falls. Once it is below every
+    // remaining delay the rest is skipped, and above the tail's film window
+    // nothing can show.
+    i += skipdark(limits, count - i, r, a);
+    for (; i < count; ++i) {
+        if (r < limits.mindelay)
+            return;
+        const powder_t& powder = fire.powders[i];
+        if (powder.delay > r)
+            continue;
+        a += powder.delay;
+        r -= powder.delay;
+        if (static_cast<double>(r) > limits.tailwindow || !filmcolor(powder.films, r, color))
             continue;
         const geokit::position3_t ignition = ballistic(B, V, a, c);
         points.push_back({ballistic(ignition, V, r, powder.drag), powder.size, color});

@@ -26,6 +26,15 @@ double widen(double bound)
     return std::isfinite(bound) ? bound * (1.0 + relativemargin) + absolutemargin : bound;
 }
 
+// The largest power of two that divides a positive finite float.
+double lowbit(float x)
+{
+    double bit = std::ldexp(1.0, std::max(std::ilogb(x) - 23, -149));
+    while (std::fmod(static_cast<double>(x), 2.0 * bit) == 0.0)
+        bit *= 2.0;
+    return bit;
+}
+
 // Limits that allow no shortcut at all.
 starlimits_t nolimits(std::size_t powders)
 {
@@ -72,6 +81,14 @@ starlimits_t starlimits(const fire_t& fire)
     for (std::size_t i = limits.tailstart; i < powders.size(); ++i) {
         limits.mindelay = std::min(limits.mindelay, powders[i].delay);
         limits.tailwindow = std::max(limits.tailwindow, filmwindow(powders[i].films));
+    }
+    if (limits.tailstart < powders.size()) {
+        limits.step = powders[limits.tailstart].delay;
+        for (std::size_t i = limits.tailstart; i < powders.size(); ++i)
+            if (powders[i].delay != limits.step)
+                limits.step = 0.0f;
+        if (limits.step > 0.0f)
+            limits.stepquantum = lowbit(limits.step);
     }
 
     // A delayed stage has used up at most the sum of all delays before it

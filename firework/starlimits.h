@@ -16,6 +16,8 @@ struct starlimits_t {
     float mindelay = 0.0f;     // the smallest delay from tailstart on
     double tailwindow = 0.0;   // no stage from tailstart on shows above this local time
     double burnout = 0.0;      // no stage of the star shows above this time since the burst
+    float step = 0.0f;         // the one delay of every tail stage, 0 when they differ
+    double stepquantum = 0.0;  // the largest power of two that divides step
 };
 
 // An upper bound on the local time at which the films still give a colour,

@@ -150,3 +150,43 @@ TEST(Shortcuts, ChangedSceneShapeIsNoticed)
         EXPECT_EQ(std::memcmp(points.data(), expected.data(), points.size() * sizeof(primitive_t)), 0);
     }
 }
+
+TEST(Shortcuts, LongTailsOfOneDelayGiveExactlyThePlainPoints)
+{
+    // Tails of one repeated delay, some of which the walk cannot add up
+    // exactly (a delay of 0.1, delays used before a carrier that are no
+    // multiple of the tail's delay, times so large that the delay falls
+    // below the spacing of floats there).
+    const auto lit = film(0.5f, rgba(1, 0.5f, 0, 1), rgba(0, 0, 0, 1));
+    const auto tail = [&](std::vector<powder_t> head, float delay, std::size_t count) {
+        head.insert(head.end(), count, powder(delay, 2.0f, 0.9f, {lit}));
+        return fire_t{{0.6f, 0.0f, 0.8f}, 20.0f, head};
+    };
+    const powder_t carrier = powder(0.0f, 5.0f, 0.95f, {film(4.0f, rgba(1, 1, 1, 1), rgba(1, 1, 1, 1))});
+    std::vector<fire_t> fires{
+        tail({carrier}, 0.1f, 300),
+        tail({carrier}, 0.375f, 300),
+        tail({powder(0.3f, 1, 1, {lit}), carrier}, 0.125f, 300),
+        tail({powder(0.25f, 1, 1, {lit}), carrier}, 0.125f, 300),
+        tail({}, 0.0078125f, 3000),
+        tail({powder(16000.0f, 1, 1, {lit}), carrier}, 0.0009765625f, 4000),
+        tail({powder(16000.0f, 1, 1, {lit}), carrier}, 0.00390625f, 4000),
+        // Found by search: from this head delay, adding 0.125 step by step
+        // rounds differently from adding 246 times 0.125 at once.
+        tail({powder(0x1.4045dcp+0f, 1, 1, {lit}), carrier}, 0.125f, 300),
+        // A delay finer than the spacing of floats between 16 and 32.
+        tail({}, 4097.0f / 1048576.0f, 4096),
+        // Delays used so far so large that adding the tail's delay rounds.
+        // (A carrier without drag, or the far ignition points would all be 0.)
+        tail({powder(20000.0f, 1, 1, {lit}), powder(0.0f, 5.0f, 1.0f, {lit})}, 0.0009765625f, 4000),
+    };
+    std::vector<firework_t> scene{scenes::shell(1.0f, fires)};
+    std::vector<float> times = timeline(40.0f, 0.0773f, 100);
+    for (float t = 16000.0f; t < 16020.0f; t += 0.61f)
+        times.push_back(t);
+    for (float t = 20001.0f; t < 20004.0f; t += 0.25f)
+        times.push_back(t);
+    for (float t = 100000.0f; t < 100003.0f; t += 0.0731f)
+        times.push_back(t);
+    expectsame(scene, times);
+}

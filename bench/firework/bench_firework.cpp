@@ -1,0 +1,149 @@
+// Frame times of the evaluation (the susuki show and a 100-shell finale, with
+// the plain step-by-step evaluation beside for scale), the susuki maker, and
+// saving, checking and loading the susuki scene file.
+#include "firework/evaluate.h"
+#include "firework/loadsave.h"
+#include "firework/sample.h"
+#include "firework/scenecheck.h"
+#include "tests/firework/reference.h"
+
+#include <benchmark/benchmark.h>
+
+#include <cstdio>
+#include <string>
+#include <unistd.h>
+#include <vector>
+
+using namespace vexlor;
+
+namespace {
+
+const std::vector<firework_t>& susuki()
+{
+    static const std::vector<firework_t> scene = [] {
+        std::vector<firework_t> s;
+        makesusuki(s);
+        return s;
+    }();
+    return scene;
+}
+
+// One susuki shell every half second, 100 of them: about 500 MB of scene.
+const std::vector<firework_t>& finale()
+{
+    static const std::vector<firework_t> scene = [] {
+        std::vector<firework_t> s;
+        reference::makefinale(s, 100, 0.5f);
+        return s;
+    }();
+    return scene;
+}
+
+// Times are given in milliseconds as benchmark arguments.
+float seconds(const benchmark::State& state)
+{
+    return static_cast<float>(state.range(0)) / 1000.0f;
+}
+
+void frame(benchmark::State& state, const std::vector<firework_t>& original)
+{
+    std::vector<firework_t> scene = original;
+    evaluator_t evaluator;
+    std::vector<primitive_t> points;
+    points.reserve(primitivecount(scene));
+    const soundfunc_t silent = [](std::size_t, sound_t) {};
+    const float t = seconds(state);
+    evaluator.evaluate(scene, t, points, silent); // prepares the limits
+    for (auto _ : state) {
+        evaluator.evaluate(scene, t, points, silent);
+        benchmark::DoNotOptimize(points.data());
+    }
+    state.counters["points"] = static_cast<double>(points.size());
+}
+
+void plainframe(benchmark::State& state, const std::vector<firework_t>& original)
+{
+    std::vector<firework_t> scene = original;
+    std::vector<primitive_t> points;
+    points.reserve(primitivecount(scene));
+    std::vector<reference::sound_t> sounds;
+    const float t = seconds(state);
+    for (auto _ : state) {
+        reference::evaluate(scene, t, points, sounds);
+        benchmark::DoNotOptimize(points.data());
+    }
+    state.counters["points"] = static_cast<double>(points.size());
+}
+
+void BM_SusukiFrame(benchmark::State& state) { frame(state, susuki()); }
+void BM_SusukiFramePlain(benchmark::State& state) { plainframe(state, susuki()); }
+void BM_FinaleFrame(benchmark::State& state) { frame(state, finale()); }
+void BM_FinaleFramePlain(benchmark::State& state) { plainframe(state, finale()); }
+
+// Rising, just after the burst, full trails, the last sparks.
+BENCHMARK(BM_SusukiFrame)->Arg(1000)->Arg(2050)->Arg(7000)->Arg(12200)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_SusukiFramePlain)->Arg(1000)->Arg(2050)->Arg(7000)->Arg(12200)->Unit(benchmark::kMicrosecond);
+// Early, busiest stretch, most shells burnt out, all burnt out.
+BENCHMARK(BM_FinaleFrame)
+    ->Arg(5000)->Arg(14000)->Arg(30000)->Arg(49500)->Arg(58000)->Arg(61000)->Arg(70000)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_FinaleFramePlain)->Arg(14000)->Arg(30000)->Arg(58000)->Unit(benchmark::kMillisecond);
+
+void BM_MakeSusuki(benchmark::State& state)
+{
+    for (auto _ : state) {
+        std::vector<firework_t> scene;
+        makesusuki(scene);
+        benchmark::DoNotOptimize(scene.data());
+    }
+}
+BENCHMARK(BM_MakeSusuki)->Unit(benchmark::kMillisecond);
+
+std::string susukifile()
+{
+    static const std::string path = [] {
+        const std::string p = "/tmp/bench_firework_" + std::to_string(getpid()) + ".scene";
+        save(p.c_str(), susuki());
+        return p;
+    }();
+    return path;
+}
+
+void BM_SaveSusuki(benchmark::State& state)
+{
+    const std::string path = susukifile();
+    for (auto _ : state)
+        benchmark::DoNotOptimize(save(path.c_str(), susuki()));
+}
+BENCHMARK(BM_SaveSusuki)->Unit(benchmark::kMillisecond);
+
+void BM_CheckSusuki(benchmark::State& state)
+{
+    const std::string path = susukifile();
+    std::string message;
+    for (auto _ : state)
+        benchmark::DoNotOptimize(check(path.c_str(), message));
+}
+BENCHMARK(BM_CheckSusuki)->Unit(benchmark::kMillisecond);
+
+void BM_LoadSusuki(benchmark::State& state)
+{
+    const std::string path = susukifile();
+    std::vector<firework_t> scene;
+    for (auto _ : state)
+        benchmark::DoNotOptimize(load(path.c_str(), scene));
+}
+BENCHMARK(BM_LoadSusuki)->Unit(benchmark::kMillisecond);
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv))
+        return 1;
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    std::remove(susukifile().c_str());
+    return 0;
+}
