@@ -66,7 +66,7 @@ public:
     bool scene()
     {
         std::size_t fireworks = 0;
-        if (!count("number of fireworks", "fireworks", fireworklines, fireworks))
+        if (!count("number of fireworks", "firework", fireworklines, fireworks))
             return false;
         for (std::size_t i = 0; i < fireworks; ++i)
             if (!firework())
@@ -84,7 +84,7 @@ private:
             || !geometry<geokit::direction3_t>("launch velocity", "dir3(x, y, z)") || !number("fuse")
             || !number("shell size") || !number("shell drag")
             || !geometry<geokit::color3a_t>("shell colour", "col3a(r, g, b, a)")
-            || !count("number of fires", "fires", firelines, fires))
+            || !count("number of fires", "fire", firelines, fires))
             return false;
         for (std::size_t i = 0; i < fires; ++i)
             if (!fire())
@@ -96,7 +96,7 @@ private:
     {
         std::size_t powders = 0;
         if (!geometry<geokit::direction3_t>("star direction", "dir3(x, y, z)") || !number("star speed")
-            || !count("number of powders", "powders", powderlines, powders))
+            || !count("number of powders", "powder", powderlines, powders))
             return false;
         for (std::size_t i = 0; i < powders; ++i)
             if (!powder())
@@ -108,7 +108,7 @@ private:
     {
         std::size_t films = 0;
         if (!number("powder delay") || !number("powder size") || !number("powder drag")
-            || !count("number of films", "films", filmlines, films))
+            || !count("number of films", "film", filmlines, films))
             return false;
         for (std::size_t i = 0; i < films; ++i)
             if (!film())
@@ -137,14 +137,14 @@ private:
     // Any text reads as a number (unparsable text as 0), as in load.
     bool number(const char* what) { return next(what); }
 
-    bool count(const char* what, const char* records, std::size_t linesper, std::size_t& value)
+    bool count(const char* what, const char* record, std::size_t linesper, std::size_t& value)
     {
         if (!next(what))
             return false;
         const unsigned long announced = std::strtoul(m_current.c_str(), nullptr, 0);
         const std::size_t most = (m_total - m_line) / linesper;
         if (announced > most)
-            return fail(m_line, std::to_string(announced) + " " + records
+            return fail(m_line, std::to_string(announced) + " " + record + (announced == 1 ? "" : "s")
                                     + " announced, but the rest of the file holds at most " + std::to_string(most));
         value = announced;
         return true;
@@ -158,10 +158,11 @@ private:
             return false;
         if (!reachesparenthesis(m_current))
             return fail(m_line, std::string("the ") + what + " needs a value like " + form);
-        std::istringstream is(m_current);
+        m_geometry.clear();
+        m_geometry.str(m_current);
         T value{};
-        is >> value;
-        if (!is.good())
+        m_geometry >> value;
+        if (!m_geometry.good())
             return fail(m_line, std::string("malformed ") + what + ", expected a value like " + form);
         return true;
     }
@@ -178,6 +179,7 @@ private:
     std::size_t m_line = 0;  // lines read so far
     std::size_t m_pos = 0;
     std::string m_current;
+    std::istringstream m_geometry; // cleared for every line, unlike load's
     std::string m_message;
 };
 
