@@ -114,29 +114,32 @@ bool MyXAudio2::init()
     struct sigaction interrupt {}, terminate {};
     sigaction(SIGINT, nullptr, &interrupt);
     sigaction(SIGTERM, nullptr, &terminate);
-    hr = FAudioCreate(&pXAudio2, 0, FAUDIO_DEFAULT_PROCESSOR);
+    const std::uint32_t result = FAudioCreate(&pXAudio2, 0, FAUDIO_DEFAULT_PROCESSOR);
     sigaction(SIGINT, &interrupt, nullptr);
     sigaction(SIGTERM, &terminate, nullptr);
-    if (!succeeded(hr))
+    hr = result;
+    if (!succeeded(result))
         pXAudio2 = nullptr;
-    return succeeded(hr);
+    return succeeded(result);
 }
 
 unsigned long long MyXAudio2::getdevicelist()
 {
     std::uint32_t count = 0;
-    hr = FAudio_GetDeviceCount(pXAudio2, &count);
-    if (!succeeded(hr)) {
+    const std::uint32_t result = FAudio_GetDeviceCount(pXAudio2, &count);
+    hr = result;
+    if (!succeeded(result)) {
         basekit::error();
         std::cerr << "GetCount() failed." << std::endl;
         return 0;
     }
     for (std::uint32_t i = 0; i < count; ++i) {
         FAudioDeviceDetails details{};
-        hr = FAudio_GetDeviceDetails(pXAudio2, i, &details);
-        if (!succeeded(hr)) {
+        const std::uint32_t result = FAudio_GetDeviceDetails(pXAudio2, i, &details);
+        hr = result;
+        if (!succeeded(result)) {
             basekit::error();
-            std::cerr << "0x" << std::hex << hr << std::dec << ": GetId() failed." << std::endl;
+            std::cerr << "0x" << std::hex << result << std::dec << ": GetId() failed." << std::endl;
             return 0;
         }
         devices.push_back(widen(details.DeviceID, std::size(details.DeviceID)));
@@ -160,11 +163,12 @@ bool MyXAudio2::master()
         hr = FAUDIO_E_INVALID_CALL;
         return false;
     }
-    hr = FAudio_CreateMasteringVoice(pXAudio2, &mastervoice, FAUDIO_DEFAULT_CHANNELS,
-                                     FAUDIO_DEFAULT_SAMPLERATE, 0, 0, nullptr);
-    if (!succeeded(hr))
+    const std::uint32_t result = FAudio_CreateMasteringVoice(pXAudio2, &mastervoice, FAUDIO_DEFAULT_CHANNELS,
+                                                             FAUDIO_DEFAULT_SAMPLERATE, 0, 0, nullptr);
+    hr = result;
+    if (!succeeded(result))
         mastervoice = nullptr;
-    return succeeded(hr);
+    return succeeded(result);
 }
 
 bool MyXAudio2::master(unsigned long long index)
@@ -172,12 +176,13 @@ bool MyXAudio2::master(unsigned long long index)
     mastervoice = nullptr;
     if (index >= devices.size())
         return false;
-    hr = FAudio_CreateMasteringVoice(pXAudio2, &mastervoice, FAUDIO_DEFAULT_CHANNELS,
-                                     FAUDIO_DEFAULT_SAMPLERATE, 0, static_cast<std::uint32_t>(index),
-                                     nullptr);
-    if (!succeeded(hr))
+    const std::uint32_t result =
+        FAudio_CreateMasteringVoice(pXAudio2, &mastervoice, FAUDIO_DEFAULT_CHANNELS, FAUDIO_DEFAULT_SAMPLERATE,
+                                    0, static_cast<std::uint32_t>(index), nullptr);
+    hr = result;
+    if (!succeeded(result))
         mastervoice = nullptr;
-    return succeeded(hr);
+    return succeeded(result);
 }
 
 bool MyXAudio2::begin(unsigned long long index)
@@ -198,26 +203,29 @@ bool MyXAudio2::source(FAudioSourceVoice** voice, const FAudioWaveFormatEx& form
         hr = FAUDIO_E_INVALID_CALL;
         return false;
     }
+    std::uint32_t result = FAUDIO_E_UNSUPPORTED_FORMAT;
     if (playable(format))
-        hr = FAudio_CreateSourceVoice(pXAudio2, voice, &format, 0, FAUDIO_DEFAULT_FREQ_RATIO, &callback,
-                                      nullptr, nullptr);
-    else
-        hr = FAUDIO_E_UNSUPPORTED_FORMAT;
-    if (!succeeded(hr)) {
+        result = FAudio_CreateSourceVoice(pXAudio2, voice, &format, 0, FAUDIO_DEFAULT_FREQ_RATIO, &callback,
+                                          nullptr, nullptr);
+    hr = result;
+    if (!succeeded(result)) {
         basekit::error();
-        std::cerr << "hr: 0x" << std::hex << hr << std::dec << std::endl;
+        std::cerr << "hr: 0x" << std::hex << result << std::dec << std::endl;
         return false;
     }
-    hr = FAudioSourceVoice_Start(*voice, 0, FAUDIO_COMMIT_NOW);
-    return succeeded(hr);
+    result = FAudioSourceVoice_Start(*voice, 0, FAUDIO_COMMIT_NOW);
+    hr = result;
+    return succeeded(result);
 }
 
 bool MyXAudio2::send(FAudioSourceVoice** voice, FAudioBuffer& buffer)
 {
-    hr = *voice ? FAudioSourceVoice_SubmitSourceBuffer(*voice, &buffer, nullptr) : FAUDIO_E_INVALID_CALL;
-    if (!succeeded(hr)) {
+    const std::uint32_t result =
+        *voice ? FAudioSourceVoice_SubmitSourceBuffer(*voice, &buffer, nullptr) : FAUDIO_E_INVALID_CALL;
+    hr = result;
+    if (!succeeded(result)) {
         basekit::error();
-        std::cerr << "0x" << std::hex << hr << std::dec << ": send() failed." << std::endl;
+        std::cerr << "0x" << std::hex << result << std::dec << ": send() failed." << std::endl;
         return false;
     }
     return true;
@@ -234,8 +242,9 @@ bool MyXAudio2::stop(FAudioSourceVoice** voice)
         hr = FAUDIO_E_INVALID_CALL;
         return false;
     }
-    hr = FAudioSourceVoice_Stop(*voice, 0, FAUDIO_COMMIT_NOW);
-    if (!succeeded(hr))
+    const std::uint32_t result = FAudioSourceVoice_Stop(*voice, 0, FAUDIO_COMMIT_NOW);
+    hr = result;
+    if (!succeeded(result))
         return false;
     hr = FAudioSourceVoice_FlushSourceBuffers(*voice);
     return true;

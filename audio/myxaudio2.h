@@ -5,6 +5,7 @@
 
 #include <FAudio.h>
 
+#include <atomic>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -74,8 +75,10 @@ public:
 
     std::vector<std::wstring> devices;  // identifiers, in the engine's order
     VoiceCallback callback;
-    std::uint32_t hr = 0;                          // result of the last engine call
-    FAudioMasteringVoice* mastervoice = nullptr;   // null until created
+    // Result of the last engine call, from whichever thread made it; each
+    // operation decides on its own result.
+    std::atomic<std::uint32_t> hr{0};
+    FAudioMasteringVoice* mastervoice = nullptr;  // null until created
 
     static FAudio* pXAudio2;  // the engine, shared by every instance
 };
