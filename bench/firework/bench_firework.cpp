@@ -66,7 +66,7 @@ void plainframe(benchmark::State& state, const std::vector<firework_t>& original
     std::vector<firework_t> scene = original;
     std::vector<primitive_t> points;
     points.reserve(primitivecount(scene));
-    std::vector<reference::sound_t> sounds;
+    reference::sounds_t sounds;
     const float t = seconds(state);
     for (auto _ : state) {
         reference::evaluate(scene, t, points, sounds);
