@@ -139,7 +139,7 @@ bool evaluator_t::matches(const std::vector<firework_t>& scene) const
         const std::vector<fire_t>& fires = scene[i].fires;
         if (fires.size() != m_shells[i].stars)
             return false;
-        const starlimits_t* star = &m_stars[m_shells[i].firststar];
+        const starlimits_t* star = m_stars.data() + m_shells[i].firststar;
         for (std::size_t k = 0; k < fires.size(); ++k)
             if (fires[k].powders.size() != star[k].powders)
                 return false;

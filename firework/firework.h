@@ -46,6 +46,4 @@ struct firework_t {
     std::vector<fire_t> fires;
 };
 
-using scene_t = std::vector<firework_t>;
-
 } // namespace vexlor
