@@ -89,6 +89,15 @@ BENCHMARK(BM_FinaleFrame)
     ->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_FinaleFramePlain)->Arg(14000)->Arg(30000)->Arg(58000)->Unit(benchmark::kMillisecond);
 
+// The one-time derivation of the limits, done on the first frame of a scene.
+void BM_PrepareFinale(benchmark::State& state)
+{
+    evaluator_t evaluator;
+    for (auto _ : state)
+        evaluator.prepare(finale());
+}
+BENCHMARK(BM_PrepareFinale)->Unit(benchmark::kMillisecond);
+
 void BM_MakeSusuki(benchmark::State& state)
 {
     for (auto _ : state) {
