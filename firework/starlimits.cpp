@@ -78,40 +78,40 @@ starlimits_t starlimits(const fire_t& fire)
             limits.tailstart = i + 1;
     limits.mindelay = std::numeric_limits<float>::infinity();
     limits.tailwindow = -infinity;
-    for (std::size_t i = limits.tailstart; i < powders.size(); ++i) {
-        limits.mindelay = std::min(limits.mindelay, powders[i].delay);
-        limits.tailwindow = std::max(limits.tailwindow, filmwindow(powders[i].films));
-    }
-    if (limits.tailstart < powders.size()) {
+    if (limits.tailstart < powders.size())
         limits.step = powders[limits.tailstart].delay;
-        for (std::size_t i = limits.tailstart; i < powders.size(); ++i)
-            if (powders[i].delay != limits.step)
-                limits.step = 0.0f;
-        if (limits.step > 0.0f)
-            limits.stepquantum = lowbit(limits.step);
-    }
 
     // A delayed stage has used up at most the sum of all delays before it
     // (inclusive), so it is out once the time since the burst passes that
     // sum plus its own film window.
     double burnout = -infinity;
     double delays = 0.0;
-    for (const powder_t& powder : powders) {
-        if (powder.delay == 0.0f) {
-            if (powder.films.empty()) { // the shell is drawn for ever
-                burnout = infinity;
-                break;
-            }
-            burnout = std::max(burnout, filmwindow(powder.films));
+    bool endless = false;
+    for (std::size_t i = 0; i < powders.size(); ++i) {
+        const powder_t& powder = powders[i];
+        const double window = filmwindow(powder.films);
+        if (i >= limits.tailstart) {
+            limits.mindelay = std::min(limits.mindelay, powder.delay);
+            limits.tailwindow = std::max(limits.tailwindow, window);
+            if (powder.delay != limits.step)
+                limits.step = 0.0f;
+        }
+        if (endless)
             continue;
-        }
-        if (!regulardelay(powder.delay)) {
+        if (powder.delay == 0.0f) {
+            // A carrier without films draws the shell for ever.
+            endless = powder.films.empty();
+            burnout = endless ? infinity : std::max(burnout, window);
+        } else if (regulardelay(powder.delay)) {
+            delays += powder.delay;
+            burnout = std::max(burnout, delays + window);
+        } else {
+            endless = true;
             burnout = infinity;
-            break;
         }
-        delays += powder.delay;
-        burnout = std::max(burnout, delays + filmwindow(powder.films));
     }
+    if (limits.step > 0.0f)
+        limits.stepquantum = lowbit(limits.step);
     limits.burnout = widen(burnout);
     return limits;
 }
