@@ -1,6 +1,5 @@
-// Helpers for the audio tests: RIFF/WAVE files built byte by byte, a private
-// temporary directory, and a capture of what the library writes to
-// standard error or standard output.
+// Helpers for the audio tests: WAVE files built byte by byte, a private
+// temporary directory, and a capture of a standard stream.
 #pragma once
 
 #include <cstdint>
@@ -19,106 +18,82 @@ namespace wavefile {
 
 using bytes = std::vector<unsigned char>;
 
-inline void put16(bytes& b, std::uint16_t v)
+// Appends `v` little-endian in `width` bytes.
+inline bytes& put(bytes& b, std::uint32_t v, int width)
 {
-    b.push_back(static_cast<unsigned char>(v & 0xff));
-    b.push_back(static_cast<unsigned char>(v >> 8));
+    for (int i = 0; i < width; ++i)
+        b.push_back(static_cast<unsigned char>(v >> (8 * i)));
+    return b;
 }
 
-inline void put32(bytes& b, std::uint32_t v)
-{
-    put16(b, static_cast<std::uint16_t>(v & 0xffff));
-    put16(b, static_cast<std::uint16_t>(v >> 16));
-}
-
-inline void puttext(bytes& b, const char* four)
-{
-    b.insert(b.end(), four, four + 4);
-}
-
-// A chunk: identifier, size of `body`, body.
 inline bytes chunk(const char* id, const bytes& body)
 {
-    bytes b;
-    puttext(b, id);
-    put32(b, static_cast<std::uint32_t>(body.size()));
+    bytes b(id, id + 4);
+    put(b, static_cast<std::uint32_t>(body.size()), 4);
     b.insert(b.end(), body.begin(), body.end());
     return b;
 }
 
-// A format chunk; `extra` follows the 16 standard bytes and counts in its size.
+// A format chunk; `extra` follows the 16 standard bytes.
 inline bytes fmt(std::uint16_t tag, std::uint16_t channels, std::uint32_t rate, std::uint16_t bits,
                  std::uint16_t blk, const bytes& extra = {})
 {
-    bytes body;
-    put16(body, tag);
-    put16(body, channels);
-    put32(body, rate);
-    put32(body, rate * blk);
-    put16(body, blk);
-    put16(body, bits);
-    body.insert(body.end(), extra.begin(), extra.end());
-    return chunk("fmt ", body);
+    bytes b;
+    put(put(put(put(put(put(b, tag, 2), channels, 2), rate, 4), rate * blk, 4), blk, 2), bits, 2);
+    b.insert(b.end(), extra.begin(), extra.end());
+    return chunk("fmt ", b);
 }
 
-// The extensible tail: extra size 22, valid bits, channel mask, and a
-// sub-format identifier whose first 16 bits are `subtag`.
-inline bytes extensible(std::uint16_t validbits, std::uint16_t subtag)
+// The extensible tail (22 bytes) whose sub-format starts with `subtag`.
+inline bytes extensible(std::uint16_t subtag)
 {
     bytes b;
-    put16(b, 22);
-    put16(b, validbits);
-    put32(b, 3);
-    put16(b, subtag);
-    const unsigned char rest[14] = {0x00, 0x00, 0x00, 0x00, 0x10, 0x00, 0x80, 0x00,
-                                    0x00, 0xaa, 0x00, 0x38, 0x9b, 0x71};
-    b.insert(b.end(), rest, rest + 14);
+    put(put(put(put(b, 22, 2), 0, 2), 3, 4), subtag, 2);
+    b.resize(b.size() + 14);
     return b;
 }
 
-// "RIFF", the size of what follows, "WAVE" and the chunks in order.
+// The IMA ADPCM tail: extra size 2, 505 samples per 256-byte block.
+inline bytes imaextra()
+{
+    bytes b;
+    return put(put(b, 2, 2), 505, 2);
+}
+
 inline bytes riff(std::initializer_list<bytes> chunks)
 {
-    bytes body;
-    puttext(body, "WAVE");
+    bytes body{'W', 'A', 'V', 'E'};
     for (const bytes& c : chunks)
         body.insert(body.end(), c.begin(), c.end());
     return chunk("RIFF", body);
 }
 
-inline bytes samples16(const std::vector<std::int16_t>& s)
+inline bytes pcm16(const std::vector<std::int16_t>& samples)
 {
     bytes b;
-    for (std::int16_t v : s)
-        put16(b, static_cast<std::uint16_t>(v));
+    for (std::int16_t s : samples)
+        put(b, static_cast<std::uint16_t>(s), 2);
     return b;
 }
 
-// IMA ADPCM blocks of 256 bytes whose codes are all 0 at step index 0: each
-// block then decodes to its header sample repeated, which shows exactly
-// which samples the decoder produced.
+// 256-byte IMA ADPCM blocks whose codes are all 0 at step index 0: each
+// decodes to its header sample repeated, so the samples show which bytes
+// were decoded. Cut or padded with zeros to `total` bytes.
 inline bytes flatblocks(const std::vector<std::int16_t>& headers, std::size_t total)
 {
     bytes data;
-    for (std::int16_t h : headers) {
-        put16(data, static_cast<std::uint16_t>(h));
-        data.push_back(0);
-        data.push_back(0);
-        data.resize(data.size() + 252, 0);
-    }
-    data.resize(total, 0);
+    for (std::int16_t h : headers)
+        put(data, static_cast<std::uint16_t>(h), 2).resize(data.size() + 254);
+    data.resize(total);
     return data;
 }
 
+// Mono unless told otherwise; the data starts at byte 48.
 inline bytes adpcmfile(std::uint32_t rate, const bytes& data, std::uint16_t channels = 1)
 {
-    bytes extra;
-    put16(extra, 2);
-    put16(extra, 505);
-    return riff({fmt(17, channels, rate, 4, 256, extra), chunk("data", data)});
+    return riff({fmt(17, channels, rate, 4, 256, imaextra()), chunk("data", data)});
 }
 
-// A fresh directory for one test, removed with its contents.
 struct tempdir {
     std::string path;
     tempdir()
@@ -127,20 +102,15 @@ struct tempdir {
         path = mkdtemp(pattern) ? pattern : "/nonexistent";
     }
     ~tempdir() { std::filesystem::remove_all(path); }
-    tempdir(const tempdir&) = delete;
-    tempdir& operator=(const tempdir&) = delete;
-
     std::string write(const std::string& name, const bytes& b) const
     {
-        const std::string file = path + "/" + name;
-        std::ofstream(file, std::ios::binary).write(reinterpret_cast<const char*>(b.data()),
-                                                    static_cast<std::streamsize>(b.size()));
-        return file;
+        std::ofstream(path + "/" + name, std::ios::binary)
+            .write(reinterpret_cast<const char*>(b.data()), static_cast<std::streamsize>(b.size()));
+        return path + "/" + name;
     }
 };
 
-// Collects what is written to `stream` while it lives, and leaves the
-// stream's buffer and state as they were.
+// What is written to a stream while it lives; buffer and state are put back.
 struct capture {
     std::ostream& stream;
     std::ostringstream text;
@@ -152,20 +122,13 @@ struct capture {
         stream.rdbuf(old);
         stream.clear(state);
     }
-    capture(const capture&) = delete;
-    capture& operator=(const capture&) = delete;
     std::string str() const { return text.str(); }
 };
 
-// A bare wave_t: the reader without a player.
+// The reader without a player.
 struct plainwave : sndkit::wave_t {
     bool load(const char* path) override { return wave_t::load(path); }
+    std::ptrdiff_t at(const unsigned char* p) const { return p - image.begin(); }
 };
-
-// The offset of a pointer into a wave's image.
-inline std::ptrdiff_t offset(const sndkit::wave_t& w, const unsigned char* p)
-{
-    return p - w.image.begin();
-}
 
 } // namespace wavefile
