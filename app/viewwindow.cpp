@@ -95,7 +95,8 @@ void ViewWindow::init()
     for (auto& firework : m_scene) firework.position.z += 1000.0f;
     m_evaluator.prepare(m_scene);
 
-    const std::size_t count = primitivecount(m_scene);
+    // A true bound, also for shells without stars, which still draw while rising.
+    const std::size_t count = pointcapacity(m_scene);
     m_primitives.reserve(count);
     draw.Init(count);
     texture.Init();

@@ -109,6 +109,17 @@ std::size_t primitivecount(const std::vector<firework_t>& scene)
     return count;
 }
 
+std::size_t pointcapacity(const std::vector<firework_t>& scene)
+{
+    std::size_t count = 0;
+    for (const firework_t& firework : scene) {
+        std::size_t stages = 0;
+        for (const fire_t& fire : firework.fires) stages += fire.powders.size();
+        count += std::max<std::size_t>(stages, 1);
+    }
+    return count;
+}
+
 void evaluator_t::prepare(const std::vector<firework_t>& scene)
 {
     std::size_t stars = 0;

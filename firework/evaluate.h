@@ -35,6 +35,11 @@ inline float scenetime(float elapsed)
 // The number of points to reserve: every powder of every star of every shell.
 std::size_t primitivecount(const std::vector<firework_t>& scene);
 
+// The most points one frame can give: one for a rising shell, at most one per
+// stage after its burst. Unlike primitivecount it holds for shells without
+// stages too, so the viewer sizes its buffers by it.
+std::size_t pointcapacity(const std::vector<firework_t>& scene);
+
 // Keeps what it derives from the scene's delays and film durations, so that
 // stars and shells that have burnt out cost next to nothing. The points and
 // sounds are exactly those of the plain step-by-step evaluation, for any t in

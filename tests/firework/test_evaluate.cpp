@@ -166,6 +166,14 @@ TEST(Evaluate, StorageIsKeptCountsAreBoundedAndTimeConverts)
         EXPECT_LE(frame(scene, t), primitivecount(scene));
     EXPECT_EQ(frame.points.data(), storage);
 
+    // A shell without stars still draws itself while it rises: the capacity
+    // counts it, the plain stage count does not.
+    const powder_t lit = powder(0, 1, 1, {film(9, rgba(1, 1, 1, 1), rgba(1, 1, 1, 1))});
+    scene = {scenes::shell(3.0f), scenes::shell(0.5f, {fire_t{{1, 0, 0}, 1.0f, {lit, lit}}})};
+    EXPECT_EQ(primitivecount(scene), 2u);
+    EXPECT_EQ(pointcapacity(scene), 3u);
+    EXPECT_EQ(frame(scene, 1.0f), 3u);
+
     // 2^24 + 1 is no float: converted first, it loses the 1.
     EXPECT_EQ(elapsedmicros(16777217u, 1u), 16777215.0f);
     EXPECT_EQ(scenetime(elapsedmicros(3000000u, 1500000u)), 1.5f);
