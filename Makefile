@@ -6,7 +6,7 @@ TSAN_BUILD ?= build-tsan
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 CMAKE_FLAGS ?=
 
-.PHONY: all deps configure build run test bench tsan install clean
+.PHONY: all deps configure build run test bench tsan pictures install clean
 
 all: build
 
@@ -37,6 +37,11 @@ tsan: deps
 	@cmake -S . -B $(TSAN_BUILD) -DVEXLOR_TSAN=ON -DVEXLOR_BENCH=OFF -DCMAKE_BUILD_TYPE=Debug >/dev/null
 	@cmake --build $(TSAN_BUILD) -j $(JOBS)
 	@cd $(TSAN_BUILD) && ctest --output-on-failure -L tsan
+
+# The README's pictures, taken by the program tests under Xvfb.
+pictures: build
+	@mkdir -p docs
+	@cd $(BUILD) && VEXLOR_PICTURES=$(CURDIR)/docs ctest --output-on-failure -R 'program\.(ShowRun|Keys)'
 
 install: build
 	@cmake --install $(BUILD)

@@ -19,6 +19,8 @@ sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), ".."
 from vexlorrun import HEIGHT, WIDTH, Program  # noqa: E402
 
 BIN = os.environ.get("VEXLOR_BIN", "build/bin/vexlor")
+# Where the README's pictures are written, when set.
+PICTURES = os.environ.get("VEXLOR_PICTURES")
 SCENE_BIN = os.environ.get("VEXLOR_SCENE_BIN", "build/bin/vexlor-scene")
 
 # The background is glClearColor(0.18, 0.18, 0.18): 0.18 * 255 = 45.9.
@@ -53,6 +55,10 @@ class ShowRun(unittest.TestCase):
             self.assertIsNotNone(p.wait_window(), p.stderr())
             # The window goes to the monitor's work area: the whole screen here.
             self.assertEqual(p.wait_geometry((0, 0, WIDTH, HEIGHT)), (0, 0, WIDTH, HEIGHT))
+
+            if PICTURES:
+                sleep_until(p.started + 2.7)
+                p.save_screenshot(os.path.join(PICTURES, "show.png"))
 
             # The shell bursts 2 s after launch; 1.3 s later its stars are out.
             sleep_until(p.started + 3.6)
@@ -165,6 +171,8 @@ class Keys(unittest.TestCase):
             p.keydown("shift")
             time.sleep(1.2)
             trails = p.screenshot().count_brighter(BRIGHT)
+            if PICTURES:
+                p.save_screenshot(os.path.join(PICTURES, "trails.png"))
             p.keyup("shift")
             time.sleep(0.4)
             after = p.screenshot().count_brighter(BRIGHT)

@@ -230,6 +230,9 @@ class Program:
 
     # --- pictures -------------------------------------------------------
 
+    def save_screenshot(self, path):
+        subprocess.run(["import", "-window", "root", path], env=self.xvfb.env(), check=True)
+
     def screenshot(self):
         """The whole screen as rows of (r, g, b) bytes."""
         r = subprocess.run(["import", "-window", "root", "-depth", "8", "ppm:-"],
