@@ -94,10 +94,12 @@ bool xaudio2_t::load(const char* path)
     if (!s_pxaudio)
         init(0);
     halt();
+    // Cleared before the load: after a failed one the old decoder is still
+    // there, but the image it read is not, and no voice may be made for it.
+    format = {};
     if (!wave_t::load(path))
         return false;
 
-    format = {};
     const fmtchunk_t f = fc();
     FAudioWaveFormatEx& out = format.Format;
     out.nChannels = f.channels;

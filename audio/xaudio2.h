@@ -57,6 +57,7 @@ public:
 
     // Reads the file and prepares the voices' format. Plays still sounding
     // from an earlier load are ended first: they read what it replaces.
+    // After a failed load every play fails until a load succeeds.
     bool load(const char* path) override;
     // Starts one play: a new voice and a new decode thread.
     bool play(bool loop) override;

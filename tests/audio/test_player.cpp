@@ -218,7 +218,10 @@ TEST(Player, FormatSetUpAndRefusals)
     EXPECT_EQ(player.format.dwChannelMask, 2u);
     capture err(std::cerr);
     EXPECT_FALSE(player.play(false));
-    EXPECT_EQ(err.str(), "hr: 0x88890008\n");
+    // Nor is anything played after a failed load.
+    EXPECT_FALSE(player.load((dir.path + "/none.wav").c_str()));
+    EXPECT_FALSE(player.play(false));
+    EXPECT_EQ(err.str(), "hr: 0x88890008\nhr: 0x88890008\n");
     EXPECT_EQ(player.buffers.size(), 1u);
     EXPECT_FALSE(player.stop());
 }
