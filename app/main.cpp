@@ -15,10 +15,6 @@ int main(int argc, char** argv)
 
     if (const int status = vexlor::commandline(argc, argv); status >= 0) return status;
 
-    // The audio engine runs on SDL, which would otherwise swallow Ctrl-C and
-    // SIGTERM; with this they end the program as users expect.
-    setenv("SDL_NO_SIGNAL_HANDLERS", "1", 1);
-
     if (!glfwInit()) {
         basekit::error();
         std::cerr << "glfwInit() failed." << std::endl;
