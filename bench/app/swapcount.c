@@ -1,6 +1,7 @@
 /* Preloaded into the viewer to measure it without changing it: counts
  * glfwSwapBuffers calls and, when the process exits, appends
- * "frames wall_seconds cpu_seconds" to the file named by VEXLOR_SWAPCOUNT. */
+ * "frames wall_seconds cpu_seconds" (from the first frame on) to the file
+ * named by VEXLOR_SWAPCOUNT. */
 #define _GNU_SOURCE
 #include <dlfcn.h>
 #include <stdio.h>
@@ -13,10 +14,31 @@ typedef void (*swapfunc)(void*);
 
 static unsigned long frames;
 static struct timespec first;
+static double firstcpu;
 
 static double seconds(const struct timespec* t)
 {
     return (double)t->tv_sec + (double)t->tv_nsec * 1e-9;
+}
+
+/* User and system time of the whole process, every thread included. */
+static double cpuseconds(void)
+{
+    struct rusage usage;
+    getrusage(RUSAGE_SELF, &usage);
+    return (double)usage.ru_utime.tv_sec + usage.ru_utime.tv_usec * 1e-6 +
+           (double)usage.ru_stime.tv_sec + usage.ru_stime.tv_usec * 1e-6;
+}
+
+/* Tells the measuring script that frames have begun: VEXLOR_SWAPCOUNT.started. */
+static void marker(void)
+{
+    const char* path = getenv("VEXLOR_SWAPCOUNT");
+    if (!path) return;
+    char name[4096];
+    snprintf(name, sizeof name, "%s.started", path);
+    FILE* f = fopen(name, "w");
+    if (f) fclose(f);
 }
 
 void glfwSwapBuffers(void* window)
@@ -26,7 +48,12 @@ void glfwSwapBuffers(void* window)
         void* symbol = dlsym(RTLD_NEXT, "glfwSwapBuffers");
         memcpy(&real, &symbol, sizeof real); /* object to function pointer, portably */
     }
-    if (frames++ == 0) clock_gettime(CLOCK_MONOTONIC, &first);
+    if (frames++ == 0) {
+        /* Start-up (loading the scene) is not part of the frames. */
+        clock_gettime(CLOCK_MONOTONIC, &first);
+        firstcpu = cpuseconds();
+        marker();
+    }
     real(window);
 }
 
@@ -36,10 +63,7 @@ __attribute__((destructor)) static void report(void)
     if (!path || frames == 0) return;
     struct timespec now;
     clock_gettime(CLOCK_MONOTONIC, &now);
-    struct rusage usage;
-    getrusage(RUSAGE_SELF, &usage);
-    const double cpu = (double)usage.ru_utime.tv_sec + usage.ru_utime.tv_usec * 1e-6 +
-                       (double)usage.ru_stime.tv_sec + usage.ru_stime.tv_usec * 1e-6;
+    const double cpu = cpuseconds() - firstcpu;
     FILE* f = fopen(path, "a");
     if (!f) return;
     fprintf(f, "%lu %.3f %.3f\n", frames, seconds(&now) - seconds(&first), cpu);
