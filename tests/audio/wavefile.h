@@ -6,7 +6,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <initializer_list>
 #include <iostream>
 #include <sstream>
 #include <string>
@@ -36,7 +35,7 @@ inline bytes chunk(const char* id, const bytes& body)
 
 // A format chunk; `extra` follows the 16 standard bytes.
 inline bytes fmt(std::uint16_t tag, std::uint16_t channels, std::uint32_t rate, std::uint16_t bits,
-                 std::uint16_t blk, const bytes& extra = {})
+                 std::uint16_t blk, bytes extra = {})
 {
     bytes b;
     put(put(put(put(put(put(b, tag, 2), channels, 2), rate, 4), rate * blk, 4), blk, 2), bits, 2);
@@ -44,20 +43,13 @@ inline bytes fmt(std::uint16_t tag, std::uint16_t channels, std::uint32_t rate, 
     return chunk("fmt ", b);
 }
 
-// The extensible tail (22 bytes) whose sub-format starts with `subtag`.
-inline bytes extensible(std::uint16_t subtag)
+// The extensible tail (its size word, then 22 bytes) whose sub-format starts
+// with `subtag`.
+inline bytes extensible(unsigned char subtag)
 {
-    bytes b;
-    put(put(put(put(b, 22, 2), 0, 2), 3, 4), subtag, 2);
-    b.resize(b.size() + 14);
+    bytes b{22, 0, 0, 0, 3, 0, 0, 0, subtag};
+    b.resize(24);
     return b;
-}
-
-// The IMA ADPCM tail: extra size 2, 505 samples per 256-byte block.
-inline bytes imaextra()
-{
-    bytes b;
-    return put(put(b, 2, 2), 505, 2);
 }
 
 inline bytes riff(std::initializer_list<bytes> chunks)
@@ -68,45 +60,20 @@ inline bytes riff(std::initializer_list<bytes> chunks)
     return chunk("RIFF", body);
 }
 
-inline bytes pcm16(const std::vector<std::int16_t>& samples)
+// IMA ADPCM in 256-byte blocks of 505 samples; the data start at byte 48.
+inline bytes adpcmfile(std::uint32_t rate, const bytes& data, std::uint16_t channels = 1, std::uint16_t bits = 4)
 {
-    bytes b;
-    for (std::int16_t s : samples)
-        put(b, static_cast<std::uint16_t>(s), 2);
-    return b;
-}
-
-// 256-byte IMA ADPCM blocks whose codes are all 0 at step index 0: each
-// decodes to its header sample repeated, so the samples show which bytes
-// were decoded. Cut or padded with zeros to `total` bytes.
-inline bytes flatblocks(const std::vector<std::int16_t>& headers, std::size_t total)
-{
-    bytes data;
-    for (std::int16_t h : headers)
-        put(data, static_cast<std::uint16_t>(h), 2).resize(data.size() + 254);
-    data.resize(total);
-    return data;
-}
-
-// Mono unless told otherwise; the data starts at byte 48.
-inline bytes adpcmfile(std::uint32_t rate, const bytes& data, std::uint16_t channels = 1)
-{
-    return riff({fmt(17, channels, rate, 4, 256, imaextra()), chunk("data", data)});
+    return riff({fmt(17, channels, rate, bits, 256, {2, 0, 0xf9, 0x01}), chunk("data", data)});
 }
 
 struct tempdir {
-    std::string path;
-    tempdir()
-    {
-        char pattern[] = "/tmp/sndkit-test-XXXXXX";
-        path = mkdtemp(pattern) ? pattern : "/nonexistent";
-    }
+    char name[24] = "/tmp/sndkit-test-XXXXXX";
+    const std::string path = mkdtemp(name) ? name : "/nonexistent";
     ~tempdir() { std::filesystem::remove_all(path); }
-    std::string write(const std::string& name, const bytes& b) const
+    std::string write(const std::string& file, const bytes& b) const
     {
-        std::ofstream(path + "/" + name, std::ios::binary)
-            .write(reinterpret_cast<const char*>(b.data()), static_cast<std::streamsize>(b.size()));
-        return path + "/" + name;
+        std::ofstream(path + "/" + file, std::ios::binary).write(reinterpret_cast<const char*>(b.data()), b.size());
+        return path + "/" + file;
     }
 };
 
@@ -117,18 +84,12 @@ struct capture {
     std::ios::iostate state;
     std::streambuf* old;
     explicit capture(std::ostream& s) : stream(s), state(s.rdstate()), old(s.rdbuf(text.rdbuf())) {}
-    ~capture()
-    {
-        stream.rdbuf(old);
-        stream.clear(state);
-    }
-    std::string str() const { return text.str(); }
+    ~capture() { stream.rdbuf(old), stream.clear(state); }
 };
 
 // The reader without a player.
 struct plainwave : sndkit::wave_t {
     bool load(const char* path) override { return wave_t::load(path); }
-    std::ptrdiff_t at(const unsigned char* p) const { return p - image.begin(); }
 };
 
 } // namespace wavefile
