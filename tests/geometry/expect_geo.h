@@ -11,25 +11,19 @@ namespace geotest {
 
 constexpr float tolerance = 1e-5f;
 
-inline void expect_near3(float x, float y, float z, float ex, float ey, float ez,
-                         float eps = tolerance) {
-    EXPECT_NEAR(x, ex, eps);
-    EXPECT_NEAR(y, ey, eps);
-    EXPECT_NEAR(z, ez, eps);
-}
-
+// x, y, z of any vector-like value.
 template <typename V>
 void expect_xyz(const V& v, float ex, float ey, float ez, float eps = tolerance) {
-    expect_near3(v.x, v.y, v.z, ex, ey, ez, eps);
+    EXPECT_NEAR(v.x, ex, eps);
+    EXPECT_NEAR(v.y, ey, eps);
+    EXPECT_NEAR(v.z, ez, eps);
 }
 
+// The leading elements of m, in storage order.
 inline void expect_matrix(const geokit::matrix3w_t& m, std::initializer_list<float> expected,
                           float eps = tolerance) {
-    int i = 0;
-    for (float e : expected) {
-        EXPECT_NEAR(m.m[i], e, eps) << "element " << i;
-        ++i;
-    }
+    for (std::size_t i = 0; i < expected.size(); ++i)
+        EXPECT_NEAR(m.m[i], expected.begin()[i], eps) << "element " << i;
 }
 
 // Product in the column-major storage: (A B)(row i, col j) = sum A(i, k) B(k, j).
@@ -42,8 +36,8 @@ inline geokit::matrix3w_t multiply(const geokit::matrix3w_t& a, const geokit::ma
     return out;
 }
 
-inline void expect_identity(const geokit::matrix3w_t& m, float eps = tolerance) {
-    expect_matrix(m, {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}, eps);
+inline void expect_identity(const geokit::matrix3w_t& m) {
+    expect_matrix(m, {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1});
 }
 
 } // namespace geotest
