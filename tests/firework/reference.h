@@ -17,22 +17,19 @@ using sounds_t = std::vector<std::pair<std::size_t, vexlor::sound_t>>;
 inline geokit::position3_t fly(const geokit::position3_t& p, const geokit::direction3_t& v, float s, float drag)
 {
     const float f = powf(drag, s) * s;
-    const float fall = s * 0.5f * -9.8f;
-    return {p.x + v.x * f, p.y + v.y * f, p.z + (v.z + fall) * f};
+    return {p.x + v.x * f, p.y + v.y * f, p.z + (v.z + s * 0.5f * -9.8f) * f};
 }
 
 inline bool colour(const std::vector<vexlor::film_t>& films, float s, geokit::color3a_t& c)
 {
-    std::size_t i = 0;
-    for (; i < films.size() && films[i].duration < s; ++i)
-        s = s - films[i].duration;
-    if (i == films.size())
-        return false;
-    const vexlor::film_t& f = films[i];
-    const float w = (f.duration - s) / f.duration;
-    c = {w * f.from.r + (1.0f - w) * f.to.r, w * f.from.g + (1.0f - w) * f.to.g, w * f.from.b + (1.0f - w) * f.to.b,
-         w * f.from.a + (1.0f - w) * f.to.a};
-    return true;
+    for (const vexlor::film_t& f : films) {
+        if (f.duration < s) { s = s - f.duration; continue; }
+        const float w = (f.duration - s) / f.duration;
+        c = {w * f.from.r + (1.0f - w) * f.to.r, w * f.from.g + (1.0f - w) * f.to.g, w * f.from.b + (1.0f - w) * f.to.b,
+             w * f.from.a + (1.0f - w) * f.to.a};
+        return true;
+    }
+    return false;
 }
 
 inline void evaluate(std::vector<vexlor::firework_t>& scene, float t, std::vector<vexlor::primitive_t>& points,
@@ -41,22 +38,13 @@ inline void evaluate(std::vector<vexlor::firework_t>& scene, float t, std::vecto
     points.clear();
     for (std::size_t n = 0; n < scene.size(); ++n) {
         vexlor::firework_t& F = scene[n];
-        if (F.time >= t) {
-            F.launched = false;
-            continue;
-        }
-        if (!F.launched)
-            sounds.emplace_back(n, vexlor::sound_t::launch);
+        if (F.time >= t) { F.launched = false; continue; }
+        if (!F.launched) sounds.emplace_back(n, vexlor::sound_t::launch);
         F.launched = true;
         const float d = t - F.time;
         const geokit::position3_t S = fly(F.position, F.velocity, d, F.drag);
-        if (F.fuse >= d) {
-            F.exploded = false;
-            points.push_back({S, F.size, F.color});
-            continue;
-        }
-        if (!F.exploded)
-            sounds.emplace_back(n, vexlor::sound_t::burst);
+        if (F.fuse >= d) { F.exploded = false; points.push_back({S, F.size, F.color}); continue; }
+        if (!F.exploded) sounds.emplace_back(n, vexlor::sound_t::burst);
         F.exploded = true;
         const float b = d - F.fuse;
         const geokit::position3_t B = fly(F.position, F.velocity, F.fuse, F.drag);
@@ -66,21 +54,15 @@ inline void evaluate(std::vector<vexlor::firework_t>& scene, float t, std::vecto
             geokit::color3a_t col;
             for (const vexlor::powder_t& P : R.powders) {
                 if (P.delay == 0.0f) {
-                    if (P.films.empty()) {
-                        points.push_back({S, F.size, F.color});
-                        break;
-                    }
+                    if (P.films.empty()) { points.push_back({S, F.size, F.color}); break; }
                     c = P.drag;
                     const geokit::position3_t at = fly(B, V, b, P.drag);
-                    if (colour(P.films, b, col))
-                        points.push_back({at, P.size, col});
+                    if (colour(P.films, b, col)) points.push_back({at, P.size, col});
                 } else if (!(P.delay > r)) { // a NaN delay is used
                     a = a + P.delay;
-                    const geokit::position3_t Q = fly(B, V, a, c);
                     r = r - P.delay;
-                    const geokit::position3_t at = fly(Q, V, r, P.drag);
-                    if (colour(P.films, r, col))
-                        points.push_back({at, P.size, col});
+                    const geokit::position3_t at = fly(fly(B, V, a, c), V, r, P.drag);
+                    if (colour(P.films, r, col)) points.push_back({at, P.size, col}); // placed even when dark
                 }
             }
         }

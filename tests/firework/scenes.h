@@ -12,41 +12,22 @@
 
 namespace scenes {
 
-inline geokit::color3a_t rgba(float r, float g, float b, float a) { return {r, g, b, a}; }
-
-inline vexlor::film_t film(float duration, const geokit::color3a_t& from, const geokit::color3a_t& to)
-{
-    return {duration, from, to};
-}
-
-inline vexlor::powder_t powder(float delay, float size, float drag, std::vector<vexlor::film_t> films)
-{
-    return {delay, size, drag, std::move(films)};
-}
+inline bool same(const geokit::color3a_t& a, const geokit::color3a_t& b)
+{ return a.r == b.r && a.g == b.g && a.b == b.b && a.a == b.a; }
 
 // A shell at the origin going straight up at 10 with no drag: it bursts
 // after `fuse` seconds at height 10 fuse - 4.9 fuse^2.
 inline vexlor::firework_t shell(float fuse, std::vector<vexlor::fire_t> fires = {})
 {
-    vexlor::firework_t f;
-    f.velocity = {0.0f, 0.0f, 10.0f};
-    f.fuse = fuse;
-    f.size = 9.0f;
-    f.drag = 1.0f;
-    f.color = rgba(1.0f, 1.0f, 1.0f, 1.0f);
-    f.fires = std::move(fires);
-    return f;
+    return {false, false, 0.0f, {0, 0, 0}, {0, 0, 10}, fuse, 9.0f, 1.0f, {1, 1, 1, 1}, std::move(fires)};
 }
 
 // One shell, one star, one stage, two films, and its file of 22 lines.
 inline std::vector<vexlor::firework_t> small()
 {
-    vexlor::firework_t f{true, false, 1.5f, {1.0f, 2.5f, -3.0f}, {0.0f, 0.0f, 20.0f}, 2.0f, 250.0f, 0.95f,
-                         rgba(1.0f, 0.5f, 0.25f, 1.0f), {}};
-    f.fires.push_back({{0.0f, 0.6f, 0.8f}, 12.5f,
-                       {powder(0.03125f, 12.5f, 0.9f, {film(0.25f, rgba(1, 0.75f, 0.5f, 1), rgba(0, 0, 0, 1)),
-                                                       film(1234567.0f, rgba(0, 0, 0, 0), rgba(1, 1, 1, 1))})}});
-    return {f};
+    return {{true, false, 1.5f, {1.0f, 2.5f, -3.0f}, {0.0f, 0.0f, 20.0f}, 2.0f, 250.0f, 0.95f, {1.0f, 0.5f, 0.25f, 1.0f},
+             {{{0.0f, 0.6f, 0.8f}, 12.5f, {{0.03125f, 12.5f, 0.9f, {{0.25f, {1, 0.75f, 0.5f, 1}, {0, 0, 0, 1}},
+                                                                {1234567.0f, {0, 0, 0, 0}, {1, 1, 1, 1}}}}}}}}};
 }
 inline const std::vector<std::string> smalllines = {
     "1", "1.5", "pos3(1.000000, 2.500000, -3.000000)", "dir3(0.000000, 0.000000, 20.000000)", "2", "250", "0.95",
@@ -58,8 +39,7 @@ inline const std::vector<std::string> smalllines = {
 inline std::string join(const std::vector<std::string>& lines, const std::string& end = "\r\n")
 {
     std::string text;
-    for (const std::string& line : lines)
-        text += line + end;
+    for (const std::string& line : lines) text += line + end;
     return text;
 }
 
@@ -67,15 +47,9 @@ inline std::string join(const std::vector<std::string>& lines, const std::string
 
 // A fresh directory under /tmp for one test, removed with everything in it.
 struct tempdir {
-    std::string path;
-    tempdir()
-    {
-        char pattern[] = "/tmp/firework-XXXXXX";
-        path = mkdtemp(pattern) ? pattern : "/nonexistent";
-    }
+    char pattern[24] = "/tmp/firework-XXXXXX";
+    const std::string path = mkdtemp(pattern) ? pattern : "/nonexistent";
     ~tempdir() { std::filesystem::remove_all(path); }
-    tempdir(const tempdir&) = delete;
-    tempdir& operator=(const tempdir&) = delete;
     std::string write(const std::string& name, const std::string& bytes) const
     {
         std::ofstream(path + "/" + name, std::ios::binary) << bytes;
