@@ -15,7 +15,11 @@ int main(int argc, char** argv)
 
     if (const int status = vexlor::commandline(argc, argv); status >= 0) return status;
 
-    if (!glfwInit()) {
+    // Says why, when GLFW cannot start (no display, most often).
+    glfwSetErrorCallback([](int, const char* what) { std::cerr << "glfw: " << what << std::endl; });
+    const bool started = glfwInit();
+    glfwSetErrorCallback(nullptr);
+    if (!started) {
         basekit::error();
         std::cerr << "glfwInit() failed." << std::endl;
         std::exit(1);
