@@ -35,15 +35,10 @@ TEST(InputMap, NamedAndKeypadKeys)
         int code;
         bool special;
     } const cases[] = {
-        {256, 27, false},  {257, 13, false},  {335, 13, false},  {258, 9, false},
-        {259, 8, false},   {320, 260, true},  {321, 269, true},  {322, 264, true},
-        {323, 267, true},  {324, 263, true},  {325, 255, true},  {326, 262, true},
-        {327, 268, true},  {328, 265, true},  {329, 266, true},  {330, '.', false},
-        {331, '/', false}, {332, '*', false}, {333, '-', false}, {334, '+', false},
-        {336, '=', false},
-        // Arrows and Shift keep their GLFW codes as special keys.
-        {263, 263, true},  {262, 262, true},  {340, 340, true},  {344, 344, true},
-        {290, 290, true}, // F1
+        {256, 27, false},  {335, 13, false}, {259, 8, false},  // Escape, keypad Enter, Backspace
+        {324, 263, true},  {320, 260, true}, {325, 255, true}, // keypad 4 = Left, 0 = Insert, 5
+        {332, '*', false}, {336, '=', false},                  // keypad multiply, equal
+        {263, 263, true},  {340, 340, true}, {290, 290, true}, // Left, Left Shift, F1 kept
     };
     for (const auto& c : cases) {
         const auto k = translatekey(c.key, 0);

@@ -104,29 +104,24 @@ TEST_F(RenderGl, CompileAndLinkFailuresPrintTheDriversLog)
 {
     // The length is honoured: the text after it would not compile.
     const char good[] = "#version 330\nvoid main() { gl_Position = vec4(0.0); }\n garbage";
-    const GLint goodlength = static_cast<GLint>(std::strlen(good) - std::strlen(" garbage"));
     testing::internal::CaptureStderr();
-    const GLuint shader = vexlor::InitShader(GL_VERTEX_SHADER, good, goodlength);
+    glDeleteShader(vexlor::InitShader(GL_VERTEX_SHADER, good, sizeof(good) - 1 - 8));
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
-    glDeleteShader(shader);
 
     const char broken[] = "#version 330\nvoid main() { gl_Position = nonsense; }\n";
     testing::internal::CaptureStderr();
     const GLuint bad = vexlor::InitShader(GL_VERTEX_SHADER, broken, sizeof(broken) - 1);
     const std::string log = testing::internal::GetCapturedStderr();
     EXPECT_NE(bad, 0u) << "the name is returned even on failure";
-    ASSERT_EQ(log.rfind("shader compile error.\n", 0), 0u) << log;
-    EXPECT_GT(log.size(), std::string("shader compile error.\n\n").size()) << "driver log missing";
+    EXPECT_EQ(log.rfind("shader compile error.\n", 0), 0u) << log;
+    EXPECT_GT(log.size(), 25u) << "the driver's log is missing";
 
-    // A fragment shader whose output type clashes at link time: no main in the
-    // vertex stage.
+    // A vertex stage without main fails to link.
     const char nomain[] = "#version 330\nvoid helper() {}\n";
     const GLuint vs = vexlor::InitShader(GL_VERTEX_SHADER, nomain, sizeof(nomain) - 1);
     testing::internal::CaptureStderr();
-    const GLuint program = vexlor::InitProgram(1, &vs);
-    const std::string linklog = testing::internal::GetCapturedStderr();
-    EXPECT_EQ(linklog.rfind("program link error.\n", 0), 0u) << linklog;
-    glDeleteProgram(program);
+    glDeleteProgram(vexlor::InitProgram(1, &vs));
+    EXPECT_EQ(testing::internal::GetCapturedStderr().rfind("program link error.\n", 0), 0u);
     glDeleteShader(vs);
     glDeleteShader(bad);
 }
@@ -213,17 +208,18 @@ TEST_F(RenderGl, TexturePassCoversTheViewportTexelForTexel)
     pass.Draw(tex);
     EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
 
-    const rgba bl = pixel(1, 1), br = pixel(62, 1), tl = pixel(1, 62), tr = pixel(62, 62);
-    EXPECT_EQ(bl.r, 255);
-    EXPECT_EQ(bl.g, 0);
-    EXPECT_EQ(br.g, 255);
-    EXPECT_EQ(br.r, 0);
-    EXPECT_EQ(tl.b, 255);
-    EXPECT_EQ(tl.r, 0);
-    EXPECT_EQ(tr.r + tr.g + tr.b, 3 * 255);
-    // Nearest filtering: no blend at the middle line.
-    EXPECT_EQ(pixel(31, 1).r, 255);
-    EXPECT_EQ(pixel(32, 1).r, 0);
+    // Texel rows start at the bottom, as glReadPixels does; nearest filtering
+    // gives no blend at the middle line.
+    const struct {
+        int x, y, r, g, b;
+    } cases[] = {{1, 1, 255, 0, 0},     {31, 1, 255, 0, 0},   {32, 1, 0, 255, 0},
+                 {62, 1, 0, 255, 0},    {1, 62, 0, 0, 255},   {62, 62, 255, 255, 255}};
+    for (const auto& c : cases) {
+        const rgba got = pixel(c.x, c.y);
+        EXPECT_EQ(got.r, c.r) << c.x << "," << c.y;
+        EXPECT_EQ(got.g, c.g) << c.x << "," << c.y;
+        EXPECT_EQ(got.b, c.b) << c.x << "," << c.y;
+    }
     pass.Destroy();
     glDeleteTextures(1, &tex);
 }
