@@ -19,12 +19,9 @@ configure: deps
 build: configure
 	@cmake --build $(BUILD) -j $(JOBS)
 
+# SCENE=FILE plays a scene file instead of the built-in show.
 run: build
-	@if [ -x $(BUILD)/bin/vexlor ]; then \
-		exec $(BUILD)/bin/vexlor $(SCENE); \
-	else \
-		echo "make run: the viewer is not built yet (app/ is missing); the libraries and tests are built."; \
-	fi
+	@exec $(BUILD)/bin/vexlor $(SCENE)
 
 test: build
 	@cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
