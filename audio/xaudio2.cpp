@@ -160,14 +160,9 @@ bool xaudio2_t::stop()
 {
     const bool stopping = !stopped.exchange(true);
     if (!buffers.empty()) {
-        buffer_t& oldest = buffers.front();
         // Its thread must be gone before its voice is.
-        const bool decoded = finish(oldest);
-        if (&oldest == newest) {
-            newest = nullptr;
-            newest_decoded = decoded;
-        }
-        if (!s_pxaudio->soundstop(&oldest.voice))
+        finisholdest();
+        if (!s_pxaudio->soundstop(&buffers.front().voice))
             return false;
     }
     if (stopping) {
@@ -193,13 +188,21 @@ void xaudio2_t::reclaim()
             return;
         if (s_pxaudio->queued(oldest.voice) > 0)
             return;
-        const bool decoded = finish(oldest);
-        if (&oldest == newest) {
-            newest = nullptr;
-            newest_decoded = decoded;
-        }
+        finisholdest();
         s_pxaudio->destroysource(&oldest.voice);
         buffers.pop_front();
+    }
+}
+
+// Finishes the oldest play; when it is also the newest, its outcome becomes
+// the newest's, which stop() reports.
+void xaudio2_t::finisholdest()
+{
+    buffer_t& oldest = buffers.front();
+    const bool decoded = finish(oldest);
+    if (&oldest == newest) {
+        newest = nullptr;
+        newest_decoded = decoded;
     }
 }
 

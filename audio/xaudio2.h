@@ -73,6 +73,7 @@ public:
 private:
     void reclaim();
     bool finish(buffer_t& play);
+    void finisholdest();
     void halt();
 
     buffer_t* newest = nullptr;    // the play whose thread stop() joins

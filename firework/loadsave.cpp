@@ -164,14 +164,19 @@ bool save(const char* path, const std::vector<firework_t>& scene)
     return true;
 }
 
-bool load(const char* path, std::vector<firework_t>& scene)
+bool openscene(const char* path, std::ifstream& is)
 {
-    // A directory opens for reading here but cannot be read: unreadable.
     std::error_code error;
     if (std::filesystem::is_directory(path, error))
         return false;
-    std::ifstream is(path, std::ios::binary);
-    if (!is)
+    is.open(path, std::ios::binary);
+    return is.is_open();
+}
+
+bool load(const char* path, std::vector<firework_t>& scene)
+{
+    std::ifstream is;
+    if (!openscene(path, is))
         return false;
     reader_t in(is);
     scene.resize(in.count());

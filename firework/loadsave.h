@@ -5,6 +5,7 @@
 
 #include "firework/firework.h"
 
+#include <fstream>
 #include <vector>
 
 namespace vexlor {
@@ -17,5 +18,9 @@ bool save(const char* path, const std::vector<firework_t>& scene);
 // Trusts the file: a geometry line the reader cannot finish hangs, and a
 // huge count is allocated as it stands; run check() first on untrusted files.
 bool load(const char* path, std::vector<firework_t>& scene);
+
+// Opens a scene file for reading in binary. A directory opens here but cannot
+// be read, so it fails like an unreadable file.
+bool openscene(const char* path, std::ifstream& is);
 
 } // namespace vexlor

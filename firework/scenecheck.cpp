@@ -4,11 +4,11 @@
 // bound either.
 #include "firework/scenecheck.h"
 
+#include "firework/loadsave.h"
 #include "geometry/geokit.h"
 
 #include <algorithm>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <iomanip>
 #include <iterator>
@@ -185,11 +185,8 @@ private:
 
 bool readfile(const char* path, std::string& text)
 {
-    std::error_code error;
-    if (std::filesystem::is_directory(path, error))
-        return false;
-    std::ifstream is(path, std::ios::binary);
-    if (!is)
+    std::ifstream is;
+    if (!openscene(path, is))
         return false;
     text.assign(std::istreambuf_iterator<char>(is), std::istreambuf_iterator<char>());
     return !is.bad();
