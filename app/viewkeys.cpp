@@ -14,12 +14,12 @@ using namespace view;
 
 namespace {
 
-constexpr std::int64_t k_step = 1000000; // one second on the microsecond clock
+constexpr std::int64_t k_step = sceneclock_t::k_step;
 
-constexpr int k_left = 263;
-constexpr int k_right = 262;
-constexpr int k_leftshift = 340;
-constexpr int k_rightshift = 344;
+constexpr int k_left = GLFW_KEY_LEFT;
+constexpr int k_right = GLFW_KEY_RIGHT;
+constexpr int k_leftshift = GLFW_KEY_LEFT_SHIFT;
+constexpr int k_rightshift = GLFW_KEY_RIGHT_SHIFT;
 
 void redraw()
 {
@@ -39,37 +39,22 @@ void adjust(int& value, int by, const char* name)
 // the pause arithmetic needs the time of the key press.
 void ViewWindow::restart()
 {
-    camerasetup();
-    m_now = clockmicros();
-    m_origin = m_now;
+    m_frame.ResetCamera();
+    m_clock.restart(clockmicros());
     for (auto& firework : m_scene) firework.launched = firework.exploded = false;
 }
 
 void ViewWindow::togglepause()
 {
-    m_paused = !m_paused;
-    m_now = clockmicros();
-    if (m_paused) {
-        m_pausestart = m_now;
+    if (m_clock.togglepause(clockmicros()))
         winkit::glfwyMGR4::instance()->IdleOff();
-    } else {
-        m_origin += m_now - m_pausestart;
+    else
         winkit::glfwyMGR4::instance()->IdleOn();
-    }
 }
 
 void ViewWindow::step(std::int64_t micros)
 {
-    // Clock values are 32-bit microseconds and wrap like the clock itself.
-    const auto delta = static_cast<std::uint32_t>(micros);
-    m_now = clockmicros();
-    if (!m_paused) {
-        m_origin -= delta;
-    } else {
-        m_pausestart += delta;
-        m_origin += m_now - m_pausestart;
-        m_pausestart = m_now;
-    }
+    m_clock.step(micros, clockmicros());
     idle();
     redraw();
 }
@@ -81,10 +66,10 @@ void ViewWindow::keyboard(unsigned char key, int, int)
     case 27:
     case 'q': std::exit(1);
     case ' ': togglepause(); break;
-    case '*': adjust(polyoffsetfactor, +1, "polyoffsetfactor"); break;
-    case '/': adjust(polyoffsetfactor, -1, "polyoffsetfactor"); break;
-    case '+': adjust(polyoffsetunit, +1, "polyoffsetunit"); break;
-    case '-': adjust(polyoffsetunit, -1, "polyoffsetunit"); break;
+    case '*': adjust(m_frame.polyoffsetfactor, +1, "polyoffsetfactor"); break;
+    case '/': adjust(m_frame.polyoffsetfactor, -1, "polyoffsetfactor"); break;
+    case '+': adjust(m_frame.polyoffsetunit, +1, "polyoffsetunit"); break;
+    case '-': adjust(m_frame.polyoffsetunit, -1, "polyoffsetunit"); break;
     case 'f':
         toggleworkarea();
         redraw();
@@ -100,7 +85,10 @@ void ViewWindow::specialkey(int key, int, int)
     case k_right: step(+k_step); break;
     case k_leftshift:
     case k_rightshift:
-        if (!m_trail) entertrail();
+        if (!m_frame.trail()) {
+            m_frame.EnterTrail();
+            redraw();
+        }
         break;
     default: break;
     }
@@ -108,30 +96,10 @@ void ViewWindow::specialkey(int key, int, int)
 
 void ViewWindow::specialkeyup(int key, int, int)
 {
-    if ((key == k_leftshift || key == k_rightshift) && m_trail) leavetrail();
-}
-
-void ViewWindow::entertrail()
-{
-    m_trail = true;
-    glGenFramebuffers(1, &m_framebuffer);
-    glGenTextures(1, &m_trailtexture);
-    glBindTexture(GL_TEXTURE_2D, m_trailtexture);
-    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, width, height, 0, GL_RGBA, GL_UNSIGNED_BYTE, nullptr);
-    glBindFramebuffer(GL_FRAMEBUFFER, m_framebuffer);
-    glFramebufferTexture(GL_DRAW_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, m_trailtexture, 0);
-    glClear(GL_COLOR_BUFFER_BIT);
-    glBindFramebuffer(GL_FRAMEBUFFER, 0);
-    redraw();
-}
-
-void ViewWindow::leavetrail()
-{
-    m_trail = false;
-    glDeleteTextures(1, &m_trailtexture);
-    glDeleteFramebuffers(1, &m_framebuffer);
-    m_trailtexture = m_framebuffer = 0;
-    redraw();
+    if ((key == k_leftshift || key == k_rightshift) && m_frame.trail()) {
+        m_frame.LeaveTrail();
+        redraw();
+    }
 }
 
 void ViewWindow::toggleworkarea()

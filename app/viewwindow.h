@@ -7,8 +7,8 @@
 #include "firework/evaluate.h"
 #include "firework/firework.h"
 #include "firework/primitive.h"
-
-#include <epoxy/gl.h>
+#include "firework/sceneclock.h"
+#include "render/frame.h"
 
 #include <cstdint>
 #include <string>
@@ -35,8 +35,6 @@ private:
     void restart();
     void togglepause();
     void step(std::int64_t micros);
-    void entertrail();
-    void leavetrail();
     void toggleworkarea();
 
     int m_argc;
@@ -46,14 +44,8 @@ private:
     std::vector<primitive_t> m_primitives;
     std::vector<firework_t> m_scene;
     evaluator_t m_evaluator; // what it knows of the scene makes burnt-out stars free
-    bool m_paused = false;
-    bool m_trail = false;
-    GLuint m_framebuffer = 0;
-    GLuint m_trailtexture = 0;
-    std::uint32_t m_origin = 0;     // clock value at scene time 0
-    std::uint32_t m_pausestart = 0; // clock value when the pause began
-    std::uint32_t m_now = 0;        // clock value of the current frame
-    float m_elapsed = 0.0f;         // scene time, microseconds
+    sceneclock_t m_clock;
+    frame_t m_frame; // the renderers and the trail image: drawn by the same code as headless renders
 };
 
 } // namespace vexlor

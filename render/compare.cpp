@@ -50,27 +50,19 @@ void release(GLenum unit)
 
 } // namespace
 
-gl_program_t compare_t::s_gl_program;
-GLint compare_t::s_model_location = -1;
-GLint compare_t::s_proj_location = -1;
-GLint compare_t::s_tex1_location = -1;
-GLint compare_t::s_tex2_location = -1;
-GLuint compare_t::s_tex1id = 0;
-GLuint compare_t::s_tex2id = 0;
-
 void compare_t::Init()
 {
     if (m_initialised) return;
-    if (s_gl_program.Init(k_quad_vertex_source, k_quad_vertex_length, k_fragment_source,
+    if (m_gl_program.Init(k_quad_vertex_source, k_quad_vertex_length, k_fragment_source,
                           sizeof(k_fragment_source) - 1)) {
-        s_model_location = s_gl_program.getUniformLocation("ModelviewMtx");
-        s_proj_location = s_gl_program.getUniformLocation("Projection");
-        s_tex1_location = s_gl_program.getUniformLocation("Tex1");
-        s_tex2_location = s_gl_program.getUniformLocation("Tex2");
+        m_model_location = m_gl_program.getUniformLocation("ModelviewMtx");
+        m_proj_location = m_gl_program.getUniformLocation("Projection");
+        m_tex1_location = m_gl_program.getUniformLocation("Tex1");
+        m_tex2_location = m_gl_program.getUniformLocation("Tex2");
     }
     m_quad.Init();
-    glGenTextures(1, &s_tex1id);
-    glGenTextures(1, &s_tex2id);
+    glGenTextures(1, &m_tex1id);
+    glGenTextures(1, &m_tex2id);
     m_initialised = true;
 }
 
@@ -78,28 +70,28 @@ void compare_t::Draw(const geokit::image2d_t& image1, const geokit::image2d_t& i
 {
     m_projection = quadprojection();
     m_modelview = geokit::Imtx;
-    s_gl_program.Use();
-    glUniformMatrix4fv(s_model_location, 1, GL_TRUE, m_modelview.m);
-    glUniformMatrix4fv(s_proj_location, 1, GL_TRUE, m_projection.m);
-    glUniform1i(s_tex1_location, 0);
-    glUniform1i(s_tex2_location, 1);
-    upload(GL_TEXTURE0, s_tex1id, image1);
-    upload(GL_TEXTURE1, s_tex2id, image2);
+    m_gl_program.Use();
+    glUniformMatrix4fv(m_model_location, 1, GL_TRUE, m_modelview.m);
+    glUniformMatrix4fv(m_proj_location, 1, GL_TRUE, m_projection.m);
+    glUniform1i(m_tex1_location, 0);
+    glUniform1i(m_tex2_location, 1);
+    upload(GL_TEXTURE0, m_tex1id, image1);
+    upload(GL_TEXTURE1, m_tex2id, image2);
     m_quad.Draw();
     release(GL_TEXTURE1);
     release(GL_TEXTURE0);
-    s_gl_program.Unuse();
+    m_gl_program.Unuse();
 }
 
 void compare_t::Destroy()
 {
     if (!m_initialised) return;
     if (glload::gl_context_current()) {
-        s_gl_program.Destroy();
-        glDeleteTextures(1, &s_tex1id);
-        glDeleteTextures(1, &s_tex2id);
+        m_gl_program.Destroy();
+        glDeleteTextures(1, &m_tex1id);
+        glDeleteTextures(1, &m_tex2id);
     }
-    s_tex1id = s_tex2id = 0;
+    m_tex1id = m_tex2id = 0;
     m_quad.Destroy();
     m_initialised = false;
 }

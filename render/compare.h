@@ -29,13 +29,13 @@ private:
     geokit::matrix3w_t m_modelview{};
     geokit::matrix3w_t m_projection{};
 
-    static gl_program_t s_gl_program;
-    static GLint s_model_location;
-    static GLint s_proj_location;
-    static GLint s_tex1_location;
-    static GLint s_tex2_location;
-    static GLuint s_tex1id;
-    static GLuint s_tex2id;
+    gl_program_t m_gl_program;
+    GLint m_model_location = -1;
+    GLint m_proj_location = -1;
+    GLint m_tex1_location = -1;
+    GLint m_tex2_location = -1;
+    GLuint m_tex1id = 0;
+    GLuint m_tex2id = 0;
 };
 
 } // namespace vexlor

@@ -8,6 +8,7 @@
 #include <GL/glu.h>
 
 #include <cstdint>
+#include <memory>
 
 namespace vexlor {
 namespace {
@@ -52,21 +53,14 @@ const void* offset(std::size_t bytes)
 
 } // namespace
 
-gl_program_t draw_t::s_gl_program;
-GLuint draw_t::s_texid = 0;
-sprite_image_t draw_t::s_teximg;
-GLint draw_t::s_model_location = -1;
-GLint draw_t::s_proj_location = -1;
-GLint draw_t::s_tex_location = -1;
-
 void draw_t::Init(std::size_t count)
 {
     if (m_initialised) return;
-    if (s_gl_program.Init(k_vertex_source, sizeof(k_vertex_source) - 1, k_fragment_source,
+    if (m_gl_program.Init(k_vertex_source, sizeof(k_vertex_source) - 1, k_fragment_source,
                           sizeof(k_fragment_source) - 1)) {
-        s_model_location = s_gl_program.getUniformLocation("ModelviewMtx");
-        s_proj_location = s_gl_program.getUniformLocation("Projection");
-        s_tex_location = s_gl_program.getUniformLocation("Tex");
+        m_model_location = m_gl_program.getUniformLocation("ModelviewMtx");
+        m_proj_location = m_gl_program.getUniformLocation("Projection");
+        m_tex_location = m_gl_program.getUniformLocation("Tex");
     }
     glGenVertexArrays(1, &m_vao);
     glGenBuffers(1, &m_vbo);
@@ -75,11 +69,13 @@ void draw_t::Init(std::size_t count)
                  GL_DYNAMIC_DRAW);
     glBindBuffer(GL_ARRAY_BUFFER, 0);
 
-    makesprite(s_teximg);
-    glGenTextures(1, &s_texid);
-    glBindTexture(GL_TEXTURE_2D, s_texid);
+    // Only needed while the mipmaps are built.
+    const auto image = std::make_unique<sprite_image_t>();
+    makesprite(*image);
+    glGenTextures(1, &m_texid);
+    glBindTexture(GL_TEXTURE_2D, m_texid);
     gluBuild2DMipmaps(GL_TEXTURE_2D, GL_RGBA, k_sprite_side, k_sprite_side, GL_RGBA,
-                      GL_UNSIGNED_BYTE, s_teximg.data());
+                      GL_UNSIGNED_BYTE, image->data());
     glBindTexture(GL_TEXTURE_2D, 0);
     m_initialised = true;
 }
@@ -106,11 +102,11 @@ void draw_t::Update(const primitive_t* data, std::size_t count)
 void draw_t::Draw(std::size_t count, const geokit::matrix3w_t& modelview,
                   const geokit::matrix3w_t& projection)
 {
-    s_gl_program.Use();
+    m_gl_program.Use();
     // Row-major matrices for row vectors: the shader multiplies vector * matrix.
-    glUniformMatrix4fv(s_model_location, 1, GL_TRUE, modelview.m);
-    glUniformMatrix4fv(s_proj_location, 1, GL_TRUE, projection.m);
-    glUniform1i(s_tex_location, 0);
+    glUniformMatrix4fv(m_model_location, 1, GL_TRUE, modelview.m);
+    glUniformMatrix4fv(m_proj_location, 1, GL_TRUE, projection.m);
+    glUniform1i(m_tex_location, 0);
     glBindVertexArray(m_vao);
     glEnable(GL_POINT_SPRITE);
     glEnable(GL_VERTEX_PROGRAM_POINT_SIZE);
@@ -118,14 +114,14 @@ void draw_t::Draw(std::size_t count, const geokit::matrix3w_t& modelview,
     glPointParameteri(GL_POINT_SPRITE_COORD_ORIGIN, GL_LOWER_LEFT);
     glActiveTexture(GL_TEXTURE0);
     glEnable(GL_TEXTURE_2D);
-    glBindTexture(GL_TEXTURE_2D, s_texid);
+    glBindTexture(GL_TEXTURE_2D, m_texid);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR_MIPMAP_LINEAR);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
     glDrawArrays(GL_POINTS, 0, static_cast<GLsizei>(count));
     glDisable(GL_TEXTURE_2D);
     glBindTexture(GL_TEXTURE_2D, 0);
     glBindVertexArray(0);
-    s_gl_program.Unuse();
+    m_gl_program.Unuse();
 }
 
 void draw_t::Destroy()
@@ -133,12 +129,12 @@ void draw_t::Destroy()
     if (!m_initialised) return;
     // At process exit the context (and every object in it) may be gone already.
     if (glload::gl_context_current()) {
-        s_gl_program.Destroy();
-        glDeleteTextures(1, &s_texid);
+        m_gl_program.Destroy();
+        glDeleteTextures(1, &m_texid);
         glDeleteBuffers(1, &m_vbo);
         glDeleteVertexArrays(1, &m_vao);
     }
-    s_texid = m_vbo = m_vao = 0;
+    m_texid = m_vbo = m_vao = 0;
     m_initialised = false;
 }
 

@@ -34,13 +34,13 @@ private:
     bool m_initialised = false;
     GLuint m_vao = 0;
     GLuint m_vbo = 0;
+    GLuint m_texid = 0;
 
-    static gl_program_t s_gl_program;
-    static GLuint s_texid;
-    static sprite_image_t s_teximg;
-    static GLint s_model_location;
-    static GLint s_proj_location;
-    static GLint s_tex_location;
+    // Each renderer owns its program, so two drawers (two contexts) never share names.
+    gl_program_t m_gl_program;
+    GLint m_model_location = -1;
+    GLint m_proj_location = -1;
+    GLint m_tex_location = -1;
 };
 
 } // namespace vexlor

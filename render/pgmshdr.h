@@ -1,6 +1,6 @@
 // GLSL program building: compile, link, print the driver's log on failure.
-// One gl_program_t is shared by all instances of a renderer class; its
-// reference count makes the first Init build it and the last Destroy free it.
+// Each renderer owns one gl_program_t; its reference count makes the first
+// Init build it and the last Destroy free it.
 #pragma once
 
 #include <epoxy/gl.h>

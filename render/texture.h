@@ -29,10 +29,10 @@ private:
     geokit::matrix3w_t m_modelview{};
     geokit::matrix3w_t m_projection{};
 
-    static gl_program_t s_gl_program;
-    static GLint s_model_location;
-    static GLint s_proj_location;
-    static GLint s_tex_location;
+    gl_program_t m_gl_program;
+    GLint m_model_location = -1;
+    GLint m_proj_location = -1;
+    GLint m_tex_location = -1;
 };
 
 } // namespace vexlor

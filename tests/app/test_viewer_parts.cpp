@@ -2,7 +2,7 @@
 // and the command line.
 #include "app/datapath.h"
 #include "app/usage.h"
-#include "app/viewstate.h"
+#include "render/showcamera.h"
 
 #include <gtest/gtest.h>
 
@@ -24,10 +24,11 @@ geokit::vector3w_t transform(float x, float y, float z, const geokit::matrix3w_t
 
 TEST(ViewerCamera, LooksAlongPlusYFromInFrontOfTheLiftedLaunchSite)
 {
-    vexlor::view::camerasetup();
-    using vexlor::view::inv;
-    using vexlor::view::modelmtx;
-    using vexlor::view::mtx;
+    vexlor::showcamera_t camera;
+    camera.setup();
+    const auto& mtx = camera.mtx;
+    const auto& inv = camera.inv;
+    const auto& modelmtx = camera.modelmtx;
 
     // The launch point, lifted by 1000, lies 100 ahead and 10 below the eye.
     const auto launch = transform(0, 0, 1000, mtx);

@@ -1,0 +1,128 @@
+// Drawing one frame: clear (or keep the trail image), blend every point by
+// per-channel maximum, and show the trail image when trails are on.
+#include "render/frame.h"
+
+#include "glload/glextloader.h"
+#include "glload/grerror.h"
+
+#include <GL/glu.h>
+
+#include <iostream>
+
+namespace vexlor {
+
+void reportglerror()
+{
+    const GLenum code = glGetError();
+    if (code == GL_NO_ERROR) return;
+    std::cerr << "error: " << std::hex << code << " ";
+    if (auto text = gluErrorString(code))
+        std::cerr << reinterpret_cast<const char*>(text);
+    else
+        std::cerr.setstate(std::ios_base::badbit);
+    std::cerr << std::endl;
+}
+
+void frame_t::Init(std::size_t capacity)
+{
+    if (m_initialised) return;
+    glClearColor(0.18f, 0.18f, 0.18f, 0.0f);
+    glDisable(GL_DITHER);
+    glDisable(GL_DEPTH_TEST);
+    m_camera.setup();
+    polyoffsetunit = polyoffsetfactor = 0;
+    m_draw.Init(capacity);
+    m_texture.Init();
+    m_count = 0;
+    m_initialised = true;
+}
+
+void frame_t::Reshape(int width, int height)
+{
+    m_width = width;
+    m_height = height;
+    glViewport(0, 0, width, height);
+    m_projmtx = showprojection(width, height);
+}
+
+void frame_t::Update(const primitive_t* points, std::size_t count)
+{
+    m_draw.Update(points, count);
+    m_count = count;
+    reportglerror();
+}
+
+void frame_t::Draw(GLuint target)
+{
+    if (m_trail) {
+        geokit::grPrintError("display(6)");
+        glBindFramebuffer(GL_FRAMEBUFFER, m_framebuffer);
+        geokit::grPrintError("display(7)");
+        // Not cleared: frames accumulate.
+        glFramebufferTexture(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, m_trailtexture, 0);
+        geokit::grPrintError("display(8)");
+    } else {
+        glBindFramebuffer(GL_FRAMEBUFFER, target);
+        glClear(GL_COLOR_BUFFER_BIT);
+    }
+
+    glDisable(GL_CULL_FACE);
+    glEnable(GL_BLEND);
+    // Under GL_MAX the factors have no effect: each channel keeps the brighter.
+    glBlendEquation(GL_MAX);
+    glBlendFunc(GL_SRC_ALPHA, GL_ONE);
+    glDisable(GL_DEPTH_TEST);
+
+    glPolygonOffset(static_cast<float>(polyoffsetfactor), static_cast<float>(polyoffsetunit));
+    geokit::grPrintError("display(9)");
+
+    m_draw.Draw(m_count, m_camera.modelmtx, m_projmtx);
+    reportglerror();
+
+    if (m_trail) {
+        geokit::grPrintError("display(11)");
+        glFramebufferTexture(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, 0, 0);
+        glBindFramebuffer(GL_FRAMEBUFFER, target);
+        glDisable(GL_DEPTH_TEST);
+        glDisable(GL_BLEND);
+        m_texture.Draw(m_trailtexture);
+    }
+}
+
+void frame_t::EnterTrail()
+{
+    if (m_trail) return;
+    m_trail = true;
+    glGenFramebuffers(1, &m_framebuffer);
+    glGenTextures(1, &m_trailtexture);
+    glBindTexture(GL_TEXTURE_2D, m_trailtexture);
+    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, m_width, m_height, 0, GL_RGBA, GL_UNSIGNED_BYTE,
+                 nullptr);
+    glBindFramebuffer(GL_FRAMEBUFFER, m_framebuffer);
+    glFramebufferTexture(GL_DRAW_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, m_trailtexture, 0);
+    glClear(GL_COLOR_BUFFER_BIT);
+    glBindFramebuffer(GL_FRAMEBUFFER, 0);
+}
+
+void frame_t::LeaveTrail()
+{
+    if (!m_trail) return;
+    m_trail = false;
+    if (glload::gl_context_current()) {
+        glDeleteTextures(1, &m_trailtexture);
+        glDeleteFramebuffers(1, &m_framebuffer);
+    }
+    m_trailtexture = m_framebuffer = 0;
+}
+
+void frame_t::Destroy()
+{
+    LeaveTrail();
+    if (!m_initialised) return;
+    m_texture.Destroy();
+    m_draw.Destroy();
+    m_count = 0;
+    m_initialised = false;
+}
+
+} // namespace vexlor

@@ -1,0 +1,72 @@
+// One frame of the show, drawn the same way wherever it goes: the viewer's
+// window or a headless renderer's framebuffer. Holds the GL state a frame
+// needs (the renderers, the camera and projection, the trail texture and its
+// framebuffer); whoever draws owns one. Knows nothing of windows.
+#pragma once
+
+#include "firework/primitive.h"
+#include "geometry/geokit.h"
+#include "render/draw.h"
+#include "render/showcamera.h"
+#include "render/texture.h"
+
+#include <epoxy/gl.h>
+
+#include <cstddef>
+
+namespace vexlor {
+
+// "error: " + code in hex + text, when GL has an error pending; the stream is
+// left in hexadecimal.
+void reportglerror();
+
+class frame_t {
+public:
+    frame_t() = default;
+    ~frame_t() { Destroy(); }
+    frame_t(const frame_t&) = delete;
+    frame_t& operator=(const frame_t&) = delete;
+
+    // With the context current: the fixed GL state, the camera and the
+    // renderers, for at most `capacity` points a frame. Idempotent.
+    void Init(std::size_t capacity);
+    // The framebuffer's size: viewport and projection follow it.
+    void Reshape(int width, int height);
+    // The points of the next frames; at most the capacity given to Init.
+    void Update(const primitive_t* points, std::size_t count);
+    // Draws the points into framebuffer `target` (0: the window's own).
+    void Draw(GLuint target = 0);
+    void Destroy();
+
+    // Trail mode: frames accumulate in a texture of the size of the last
+    // Reshape, shown on the target after each frame.
+    void EnterTrail();
+    void LeaveTrail();
+    bool trail() const { return m_trail; }
+
+    void ResetCamera() { m_camera.setup(); }
+    const showcamera_t& camera() const { return m_camera; }
+    const geokit::matrix3w_t& projection() const { return m_projmtx; }
+    int width() const { return m_width; }
+    int height() const { return m_height; }
+    bool initialised() const { return m_initialised; }
+
+    // A diagnostic pair handed to glPolygonOffset; no offset mode is enabled.
+    int polyoffsetfactor = 0;
+    int polyoffsetunit = 0;
+
+private:
+    bool m_initialised = false;
+    draw_t m_draw;
+    texture_t m_texture;
+    showcamera_t m_camera;
+    geokit::matrix3w_t m_projmtx{};
+    std::size_t m_count = 0;
+    int m_width = 0;
+    int m_height = 0;
+    bool m_trail = false;
+    GLuint m_framebuffer = 0;
+    GLuint m_trailtexture = 0;
+};
+
+} // namespace vexlor

@@ -1,0 +1,26 @@
+// The show's camera and projection as plain values: where the eye stands, the
+// model-view matrix it gives, and the perspective for a framebuffer size.
+// The viewer and the headless renderer both take their matrices from here.
+#pragma once
+
+#include "geometry/geokit.h"
+
+namespace vexlor {
+
+struct showcamera_t {
+    geokit::rotation3_t m_rot{-90.0f, {1.0f, 0.0f, 0.0f}};
+    geokit::rotation3_t m_inv{90.0f, {1.0f, 0.0f, 0.0f}};
+    geokit::position3_t m_pos{0.0f, -5.0f, -100.0f};
+    geokit::matrix3w_t mtx{};
+    geokit::matrix3w_t inv{};
+    geokit::matrix3w_t modelmtx{};
+
+    // 100 units in front of the launch site, 10 units above the lifted
+    // launch height, looking along +y (z is up).
+    void setup();
+};
+
+// 45 degrees across the diagonal for a framebuffer of this size; near 1, far 1000.
+geokit::matrix3w_t showprojection(int width, int height);
+
+} // namespace vexlor
