@@ -212,11 +212,16 @@ class Install(unittest.TestCase):
                            XDG_CONFIG_HOME=os.path.join(tmp, "config"), XDG_CONFIG_DIRS=tmp,
                            PATH=os.path.join(STAGING, "bin") + os.pathsep + os.environ["PATH"],
                            SDL_AUDIODRIVER="dummy")
-                kind = run("gio", "info", "-a", "standard::content-type", scene, env=env).stdout
-                self.assertIn("application/x-vexlor-scene", kind)
-                default = run("gio", "mime", "application/x-vexlor-scene", env=env).stdout
-                self.assertIn("Default application for", default)
-                self.assertIn("vexlor.desktop", default)
+                show = os.path.join(tmp, "salvo.vexlor.toml")
+                with open(show, "w") as f:
+                    f.write("# a show\n")
+                for path, kind in ((scene, "application/x-vexlor-scene"),
+                                   (show, "application/x-vexlor-show")):
+                    found = run("gio", "info", "-a", "standard::content-type", path, env=env).stdout
+                    self.assertIn(f"standard::content-type: {kind}\n", found)
+                    default = run("gio", "mime", kind, env=env).stdout
+                    self.assertIn("Default application for", default)
+                    self.assertIn("vexlor.desktop", default)
                 # The viewer inherits gio's streams: a file, not a pipe that
                 # stays open while it runs.
                 with open(os.path.join(tmp, "gio.err"), "w+") as err:
