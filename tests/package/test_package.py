@@ -68,6 +68,18 @@ def page_options(scd):
     return found
 
 
+def gallery():
+    """The shows folder's show and scene files: relative path -> text."""
+    shows, found = os.path.join(SOURCE, "shows"), {}
+    for top, _, files in os.walk(shows):
+        for name in files:
+            if name.endswith((".toml", ".scene")):
+                path = os.path.join(top, name)
+                with open(path, errors="replace") as f:
+                    found[os.path.relpath(path, shows)] = f.read()
+    return found
+
+
 def png_size(path):
     with open(path, "rb") as f:
         head = f.read(24)
@@ -155,12 +167,7 @@ class Deb(unittest.TestCase):
         want |= {f"/usr/share/icons/hicolor/{s}x{s}/apps/vexlor.png" for s in ICON_SIZES}
         for program, section, _ in manpages():
             want |= {f"/usr/bin/{program}", f"/usr/share/man/man{section}/{program}.{section}.gz"}
-        shows = os.path.join(SOURCE, "shows")
-        for top, _, files in os.walk(shows):
-            for name in files:
-                if name.endswith((".toml", ".scene")):
-                    rel = os.path.relpath(os.path.join(top, name), shows)
-                    want.add(f"/usr/share/vexlor/shows/{rel}")
+        want |= {f"/usr/share/vexlor/shows/{rel}" for rel in gallery()}
         self.assertEqual(want - paths, set(), "missing from the package")
         self.assertEqual({p for p in paths if not p.startswith("/usr/")}, set(), "outside /usr")
 
@@ -212,13 +219,24 @@ class Install(unittest.TestCase):
                            XDG_CONFIG_HOME=os.path.join(tmp, "config"), XDG_CONFIG_DIRS=tmp,
                            PATH=os.path.join(STAGING, "bin") + os.pathsep + os.environ["PATH"],
                            SDL_AUDIODRIVER="dummy")
-                show = os.path.join(tmp, "salvo.vexlor.toml")
-                with open(show, "w") as f:
-                    f.write("# a show\n")
-                for path, kind in ((scene, "application/x-vexlor-scene"),
-                                   (show, "application/x-vexlor-show")):
-                    found = run("gio", "info", "-a", "standard::content-type", path, env=env).stdout
-                    self.assertIn(f"standard::content-type: {kind}\n", found)
+                # By name; by content when the name tells nothing (each show
+                # of the gallery as well); other TOML files stay TOML.
+                files = {"salvo.vexlor.toml": ("# a show\n", "application/x-vexlor-show"),
+                         "unnamed": ("# a show\n\n[[shell]]\nkind = \"single\"\n",
+                                     "application/x-vexlor-show"),
+                         "Cargo.toml": ("[package]\nname = \"x\"\n", "application/toml")}
+                for name, text in gallery().items():
+                    if name.endswith(".toml"):
+                        files[name.replace("/", "-") + "-unnamed"] = (text, "application/x-vexlor-show")
+                for name, (text, _) in files.items():
+                    with open(os.path.join(tmp, name), "w") as f:
+                        f.write(text)
+                for path, kind in [(scene, "application/x-vexlor-scene")] + [
+                        (os.path.join(tmp, name), kind) for name, (_, kind) in files.items()]:
+                    with self.subTest(path=os.path.basename(path)):
+                        found = run("gio", "info", "-a", "standard::content-type", path, env=env)
+                        self.assertIn(f"standard::content-type: {kind}\n", found.stdout)
+                for kind in ("application/x-vexlor-scene", "application/x-vexlor-show"):
                     default = run("gio", "mime", kind, env=env).stdout
                     self.assertIn("Default application for", default)
                     self.assertIn("vexlor.desktop", default)
