@@ -178,6 +178,10 @@ class Deb(unittest.TestCase):
         for library in ("libglfw3", "libfaudio0", "libepoxy0", "libc6"):
             self.assertIn(library, depends[1], "dependencies not computed from the programs")
         self.assertRegex(fields, r"(?m)^Description: \S.*\n( \S.*\n)+")
+        with open(os.path.join(SOURCE, "dist", "changelog")) as f:
+            latest = re.match(r"vexlor \(([^)]+)\)", f.readline())
+        self.assertEqual(latest[1], re.search(r"(?m)^Version: (.*)$", fields)[1],
+                         "the changelog's latest entry is not this version")
 
     def test_lintian_finds_no_errors(self):
         r = run("lintian", "--no-tag-display-limit", self.deb, timeout=300)
