@@ -21,8 +21,8 @@ import unittest
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "support"))
 from vexlorrun import Program, Xvfb  # noqa: E402
 
-SOURCE = os.environ.get("VEXLOR_SOURCE", ".")
-BUILD = os.environ.get("VEXLOR_BUILD", "build")
+SOURCE = os.path.abspath(os.environ.get("VEXLOR_SOURCE", "."))
+BUILD = os.path.abspath(os.environ.get("VEXLOR_BUILD", "build"))
 BINDIR = os.environ.get("VEXLOR_BINDIR", os.path.join(BUILD, "bin"))
 WORK = os.environ.get("VEXLOR_WORK", os.path.join(BUILD, "package-test"))
 FRESH = os.path.join(WORK, "fresh")
