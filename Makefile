@@ -3,10 +3,11 @@
 #   make test  installs what is missing, builds and runs every test
 BUILD ?= build
 TSAN_BUILD ?= build-tsan
+PACKAGE_BUILD ?= build-deb
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 CMAKE_FLAGS ?=
 
-.PHONY: all deps configure build run test bench tsan pictures install clean
+.PHONY: all deps configure build run test bench tsan pictures install package clean
 
 all: build
 
@@ -43,5 +44,18 @@ pictures: build
 install: build
 	@cmake --install $(BUILD)
 
+# The Debian package (vexlor_VERSION_ARCH.deb in $(PACKAGE_BUILD)), from a
+# release tree of its own, installed under /usr and built with Debian's
+# hardening flags, all of them.
+DEBFLAGS = DEB_BUILD_MAINT_OPTIONS=hardening=+all dpkg-buildflags --get
+package: deps
+	@cmake -S . -B $(PACKAGE_BUILD) -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX=/usr \
+	  -DVEXLOR_TESTS=OFF -DVEXLOR_BENCH=OFF \
+	  -DCMAKE_C_FLAGS="$$($(DEBFLAGS) CPPFLAGS) $$($(DEBFLAGS) CFLAGS)" \
+	  -DCMAKE_CXX_FLAGS="$$($(DEBFLAGS) CPPFLAGS) $$($(DEBFLAGS) CXXFLAGS)" \
+	  -DCMAKE_EXE_LINKER_FLAGS="$$($(DEBFLAGS) LDFLAGS)" >/dev/null
+	@cmake --build $(PACKAGE_BUILD) -j $(JOBS)
+	@cd $(PACKAGE_BUILD) && cpack -G DEB
+
 clean:
-	@rm -rf $(BUILD) $(TSAN_BUILD)
+	@rm -rf $(BUILD) $(TSAN_BUILD) $(PACKAGE_BUILD)

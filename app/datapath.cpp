@@ -30,6 +30,10 @@ std::string finddata(const std::string& name, const char* argv0)
     if (isfile(name)) return name;
     const auto beside = executabledir(argv0) / name;
     if (isfile(beside)) return beside.string();
+    // An installed tree moved elsewhere (a staging directory, another prefix)
+    // still keeps its data at the same place relative to its programs.
+    const auto relocated = (executabledir(argv0) / VEXLOR_DATADIR_FROM_BINDIR / name).lexically_normal();
+    if (isfile(relocated)) return relocated.string();
     const auto installed = std::filesystem::path(VEXLOR_DATADIR) / name;
     if (isfile(installed)) return installed.string();
     return name;
