@@ -84,11 +84,10 @@ int runsaver(const saveroptions_t& options, const char* argv0)
 
     std::vector<firework_t> scene;
     if (!openshow(options.show.empty() ? nullptr : options.show.c_str(), scene)) return 1;
-    sndkit::wave_t* wave = nullptr;
-    if (options.sound && !(wave = startsound(argv0))) return 1;
-
     eglwindow_t target;
     if (!target.Init(options.root, options.window)) return 1;
+    sndkit::wave_t* wave = nullptr;
+    if (options.sound && !(wave = startsound(argv0))) return 1;
     glload::gl_extloader_init();
 
     for (auto& firework : scene) firework.position.z += 1000.0f;

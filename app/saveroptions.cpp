@@ -88,7 +88,6 @@ int saveroptions(int argc, char** argv, const char* envwindow, saveroptions_t& o
     app.add_flag("--sound", options.sound);
     auto* positional = app.add_option("scene", scene);
     root->excludes(window);
-    show->excludes(positional);
 
     std::vector<std::string> normalised{k_program};
     for (const auto& arg : args) normalised.push_back(doubledash(arg));
@@ -102,6 +101,8 @@ int saveroptions(int argc, char** argv, const char* envwindow, saveroptions_t& o
 
     if (show->count() && options.show.empty()) return usageerror("--show: empty file name");
     if (positional->count()) {
+        if (show->count())
+            return usageerror("more than one show: '" + options.show + "' and '" + scene + "'");
         if (scene.empty()) return usageerror("empty scene file name");
         options.show = scene;
     }
