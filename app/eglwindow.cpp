@@ -13,7 +13,8 @@ namespace {
 
 Window g_watched = 0;   // the window drawn into
 bool g_gone = false;    // it went away
-int g_othererror = 0;   // the first X error about anything else, not yet told
+int g_othererror = 0;   // the first X error about anything else
+bool g_told = false;    // and it was told (once: a fault of every frame would flood)
 
 int onxerror(Display*, XErrorEvent* error)
 {
@@ -74,6 +75,7 @@ bool eglwindow_t::Init(bool root, unsigned long window)
     g_watched = m_window;
     g_gone = false;
     g_othererror = 0;
+    g_told = false;
 
     XWindowAttributes attributes{};
     if (!XGetWindowAttributes(m_display, m_window, &attributes) || g_gone) {
@@ -136,11 +138,11 @@ bool eglwindow_t::Size(int& width, int& height)
         g_gone = true;
         return false;
     }
-    if (g_othererror) {
+    if (g_othererror && !g_told) {
         char text[256] = "";
         XGetErrorText(m_display, g_othererror, text, sizeof text);
         std::cerr << "vexlor: X error: " << text << std::endl;
-        g_othererror = 0;
+        g_told = true;
     }
     width = attributes.width;
     height = attributes.height;
