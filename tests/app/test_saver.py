@@ -120,13 +120,25 @@ class Screen:
 
 
 def wait_drawn(p, box, timeout=15.0):
-    """Until the sky covers `box`: the first frames are up."""
+    """Until the sky covers `box`: the first frames are up, and with them the
+    show's time 0 (to a screenshot's time). None when that never comes."""
     deadline = time.monotonic() + timeout
     while time.monotonic() < deadline and p.proc.poll() is None:
         if is_sky(crop(p.screenshot(), box).most_common()):
-            return True
+            return time.monotonic()
         time.sleep(0.05)
-    return False
+    return None
+
+
+def wait_sound(p, timeout=15.0):
+    """The wall time of the first sound: the launch at the show's time 0."""
+    deadline = time.monotonic() + timeout
+    while time.monotonic() < deadline and p.proc.poll() is None:
+        onsets = os.path.exists(p.recording.path) and p.recording.onsets()
+        if onsets:
+            return onsets[0]
+        time.sleep(0.1)
+    return None
 
 
 def ends_promptly(test, p, sig):
@@ -146,10 +158,11 @@ class Saver(unittest.TestCase):
         with Screen(100, 60, 640, 360) as screen:
             win = screen.window
             p = screen.run(["--window-id", hex(win.id)])
-            self.assertTrue(wait_drawn(p, win.box), p.stderr())
+            start = wait_drawn(p, win.box)
+            self.assertIsNotNone(start, p.stderr())
 
             # The shell bursts 2 s after launch; 1.5 s later its stars are out.
-            sleep_until(p.started + 3.5)
+            sleep_until(start + 3.4)
             shot = p.screenshot()
             inside = crop(shot, win.box)
             self.assertTrue(is_sky(inside.most_common()), inside.most_common())
@@ -182,8 +195,9 @@ class Saver(unittest.TestCase):
 
     def test_root_window_with_sound_ends_promptly_on_sigterm(self):
         with Program(BIN, ["--root", "--sound"]) as p:
-            self.assertTrue(wait_drawn(p, (0, 0, WIDTH, HEIGHT)), p.stderr())
-            sleep_until(p.started + 3.5)
+            start = wait_sound(p)
+            self.assertIsNotNone(start, p.stderr())
+            sleep_until(start + 3.5)
             shot = p.screenshot()
             self.assertTrue(is_sky(shot.most_common()), shot.most_common())
             self.assertGreater(shot.count_brighter(BRIGHT), 200, "no sparks after the burst")
@@ -199,7 +213,7 @@ class Saver(unittest.TestCase):
         with Screen(700, 100, 480, 320) as screen:
             win = screen.window
             p = screen.run(["-root"], audio="dummy", extra_env={"XSCREENSAVER_WINDOW": hex(win.id)})
-            self.assertTrue(wait_drawn(p, win.box), p.stderr())
+            self.assertIsNotNone(wait_drawn(p, win.box), p.stderr())
             self.assertFalse(is_sky(pixel(p.screenshot(), 20, 20)), "drew on the root window")
             ends_promptly(self, p, signal.SIGINT)
 
@@ -215,11 +229,12 @@ class Saver(unittest.TestCase):
                 f.write(b"\r\n".join(b"1" if line == b"20" else line for line in lines))
 
             with Program(BIN, ["--root", "--show", scene, "--delay", "1.5", "--sound"]) as p:
-                self.assertTrue(wait_drawn(p, (0, 0, WIDTH, HEIGHT)), p.stderr())
+                start = wait_sound(p)
+                self.assertIsNotNone(start, p.stderr())
                 # Between the end (3 s) and the next launch (4.5 s): empty sky.
-                sleep_until(p.started + 3.7)
+                sleep_until(start + 3.75)
                 self.assertEqual(p.screenshot().count_brighter(BRIGHT), 0, "the sky is not empty")
-                sleep_until(p.started + 5.2)
+                sleep_until(start + 5.3)
                 onsets = p.recording.onsets()
                 relative = [round(t - onsets[0], 2) for t in onsets]
                 self.assertEqual(len(relative), 3, f"sounds at {relative}")
