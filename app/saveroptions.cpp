@@ -70,6 +70,7 @@ bool parseseconds(const std::string& text, double& seconds)
 int saveroptions(int argc, char** argv, const char* envwindow, saveroptions_t& options)
 {
     options = saveroptions_t{};
+    if (envwindow && !*envwindow) envwindow = nullptr; // set but empty: not set
     std::vector<std::string> args(argv + (argc > 0 ? 1 : 0), argv + (argc > 0 ? argc : 0));
     // Help and version stay the viewer's, whatever the environment says.
     if (!args.empty() && (args[0] == "--help" || args[0] == "-h" || args[0] == "--version"))

@@ -85,6 +85,10 @@ TEST(SaverOptions, TheViewersCommandLineIsLeftAlone)
         EXPECT_FALSE(r.options.on);
         EXPECT_EQ(r.err, "");
     }
+    // An empty XSCREENSAVER_WINDOW is no window.
+    const auto empty = parse({"show.scene"}, "");
+    EXPECT_EQ(empty.status, -1);
+    EXPECT_FALSE(empty.options.on);
     // Help stays help when started by a daemon too.
     const auto help = parse({"--help"}, "0x400001");
     EXPECT_EQ(help.status, -1);
