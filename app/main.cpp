@@ -1,6 +1,9 @@
 // vexlor: a real-time fireworks show. Builds the one viewer window, hands it
-// to the window manager and runs the event loop until the window closes.
+// to the window manager and runs the event loop until the window closes; or,
+// as a screensaver, draws into a window it is given.
 #include "app/glfwymgr4.h"
+#include "app/saver.h"
+#include "app/saveroptions.h"
 #include "app/usage.h"
 #include "app/viewwindow.h"
 #include "utils/common.h"
@@ -12,6 +15,12 @@
 int main(int argc, char** argv)
 {
     std::setlocale(LC_ALL, "");
+
+    vexlor::saveroptions_t saver;
+    if (const int status = vexlor::saveroptions(argc, argv, std::getenv("XSCREENSAVER_WINDOW"), saver);
+        status >= 0)
+        return status;
+    if (saver.on) return vexlor::runsaver(saver, argv[0]);
 
     if (const int status = vexlor::commandline(argc, argv); status >= 0) return status;
 

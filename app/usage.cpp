@@ -8,6 +8,7 @@ namespace vexlor {
 namespace {
 
 constexpr char k_usage[] = R"(usage: vexlor [SCENE-FILE]
+       vexlor --root | --window-id ID [--show FILE] [--delay SECONDS] [--sound]
 
 Plays the built-in show, or the scene file given (see vexlor-scene --help to
 make and check scene files). The show loops for ever.
@@ -25,6 +26,14 @@ keys:
 options:
   --help        show this text
   --version     show the version
+
+screensaver (no keys, no mouse, silent unless --sound; SIGTERM ends it):
+  --root           draw into the root window
+  --window-id ID   draw into the X window ID (decimal or 0x hex); a daemon's
+                   XSCREENSAVER_WINDOW is used the same way, also with --root
+  --show FILE      play this scene file instead of the built-in show
+  --delay SECONDS  empty sky between the end of the show and its next start
+  --sound          play the burst sound
 )";
 
 } // namespace

@@ -3,12 +3,10 @@
 
 #include "app/datapath.h"
 #include "app/glfwymgr4.h"
+#include "app/showsource.h"
 #include "app/viewstate.h"
 #include "audio/wavedispatch.h"
 #include "firework/evaluate.h"
-#include "firework/loadsave.h"
-#include "firework/sample.h"
-#include "firework/scenecheck.h"
 #include "glload/glextloader.h"
 #include "utils/futil.h"
 
@@ -42,17 +40,7 @@ void ViewWindow::loadsound()
 
 void ViewWindow::loadscene()
 {
-    if (m_argc <= 1) {
-        makesusuki(m_scene);
-        return;
-    }
-    // load() trusts its input; a broken file must never reach it.
-    std::string problem;
-    if (!check(m_argv[1], problem)) {
-        std::cerr << problem << std::endl;
-        std::exit(1);
-    }
-    if (!load(m_argv[1], m_scene)) std::exit(1);
+    if (!openshow(m_argc > 1 ? m_argv[1] : nullptr, m_scene)) std::exit(1);
 }
 
 void ViewWindow::init()

@@ -2,6 +2,7 @@
 // libepoxy does the entry-point resolution itself; nothing here loads by hand.
 #include "glload/glextloader.h"
 
+#include <epoxy/egl.h>
 #include <epoxy/gl.h>
 #include <epoxy/glx.h>
 
@@ -65,8 +66,9 @@ bool gl_offers(const char* name)
 
 bool gl_context_current()
 {
-    // GLFW makes GLX contexts on X11; libepoxy resolves this without a context.
-    return glXGetCurrentContext() != nullptr;
+    // GLFW makes GLX contexts on X11, the screensaver and headless renders EGL
+    // ones; libepoxy resolves both without a context.
+    return glXGetCurrentContext() != nullptr || eglGetCurrentContext() != EGL_NO_CONTEXT;
 }
 
 std::size_t gl_offered_count()

@@ -93,10 +93,12 @@ class Recording:
 
 
 class Program:
-    """One run of vexlor under a private X server with its sound recorded."""
+    """One run of vexlor under a private X server with its sound recorded. An
+    X server made beforehand (to put windows on it) may be handed in; the run
+    then owns it."""
 
-    def __init__(self, binary, args=(), audio="disk", extra_env=None):
-        self.xvfb = Xvfb()
+    def __init__(self, binary, args=(), audio="disk", extra_env=None, xvfb=None):
+        self.xvfb = xvfb or Xvfb()
         self.tmp = tempfile.TemporaryDirectory(prefix="vexlor-run-")
         sound = os.path.join(self.tmp.name, "sound.raw")
         env = dict(self.xvfb.env(), SDL_AUDIODRIVER=audio, SDL_DISKAUDIOFILE=sound,

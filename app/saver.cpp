@@ -1,0 +1,136 @@
+// The screensaver's loop: the viewer's evaluation, scene clock and frame
+// drawing, driven by the window's size and a steady frame rate instead of
+// window-system events.
+#include "app/saver.h"
+
+#include "app/datapath.h"
+#include "app/eglwindow.h"
+#include "app/framepacer.h"
+#include "app/showloop.h"
+#include "app/showsource.h"
+#include "audio/wavedispatch.h"
+#include "firework/evaluate.h"
+#include "firework/sceneclock.h"
+#include "glload/glextloader.h"
+#include "render/frame.h"
+#include "utils/mmtime.h"
+
+#include <chrono>
+#include <csignal>
+#include <iostream>
+#include <memory>
+#include <vector>
+
+namespace vexlor {
+namespace {
+
+volatile std::sig_atomic_t g_signal = 0;
+
+void onsignal(int signal)
+{
+    g_signal = signal;
+}
+
+// Without SA_RESTART: a frame's sleep ends early and the loop sees the flag.
+void catchsignals()
+{
+    struct sigaction action {};
+    action.sa_handler = onsignal;
+    sigemptyset(&action.sa_mask);
+    sigaction(SIGTERM, &action, nullptr);
+    sigaction(SIGINT, &action, nullptr);
+}
+
+// Dies of the signal that ended the loop, so that whoever sent it sees so.
+void dieofsignal()
+{
+    const int signal = g_signal;
+    std::signal(signal, SIG_DFL);
+    std::raise(signal);
+}
+
+std::uint32_t clockmicros()
+{
+    return basekit::timeGetTime() * 1000u;
+}
+
+double steadyseconds()
+{
+    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
+
+// The viewer's burst sound; null after its one line when there is none.
+sndkit::wave_t* startsound(const char* argv0)
+{
+    // Made once and never deleted, as in the viewer: it plays until the end.
+    sndkit::wave_t* wave = sndkit::wave_dispatch(0).release();
+    if (!wave) {
+        std::cerr << "wave dispatch failed." << std::endl;
+        return nullptr;
+    }
+    const std::string path = finddata("reverb.wav", argv0);
+    if (!wave->load(path.c_str())) {
+        std::cerr << "wave load failed." << std::endl;
+        return nullptr;
+    }
+    return wave;
+}
+
+} // namespace
+
+int runsaver(const saveroptions_t& options, const char* argv0)
+{
+    catchsignals();
+
+    std::vector<firework_t> scene;
+    if (!openshow(options.show.empty() ? nullptr : options.show.c_str(), scene)) return 1;
+    eglwindow_t target;
+    if (!target.Init(options.root, options.window)) return 1;
+    sndkit::wave_t* wave = nullptr;
+    if (options.sound && !(wave = startsound(argv0))) return 1;
+    glload::gl_extloader_init();
+
+    for (auto& firework : scene) firework.position.z += 1000.0f;
+    evaluator_t evaluator;
+    evaluator.prepare(scene);
+    const std::size_t capacity = pointcapacity(scene);
+    std::vector<primitive_t> points;
+    points.reserve(capacity);
+    frame_t frame;
+    frame.Init(capacity);
+
+    sceneclock_t clock;
+    clock.start(clockmicros());
+    showloop_t loop(options.delay);
+    winkit::framepacer_t pacer; // 60 Hz: a swap interval of 1 does not pace everywhere
+    const soundfunc_t onsound = [wave](std::size_t, sound_t) {
+        if (wave) wave->play(false);
+    };
+
+    bool failed = false;
+    while (!g_signal) {
+        int width = 0, height = 0;
+        if (!target.Size(width, height)) break;
+        if (width != frame.width() || height != frame.height()) frame.Reshape(width, height);
+
+        evaluator.evaluate(scene, clock.tick(clockmicros()), points, onsound);
+        if (loop.restart(points.empty(), steadyseconds())) {
+            clock.restart(clockmicros());
+            for (auto& firework : scene) firework.launched = firework.exploded = false;
+        }
+        frame.Update(points.data(), points.size());
+        frame.Draw();
+        if (!target.Swap()) {
+            failed = !target.gone();
+            break;
+        }
+        pacer.pace();
+    }
+
+    frame.Destroy();
+    target.Destroy();
+    if (g_signal) dieofsignal();
+    return failed ? 1 : 0;
+}
+
+} // namespace vexlor
