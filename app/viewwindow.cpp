@@ -11,6 +11,7 @@
 #include "firework/scenecheck.h"
 #include "glload/glextloader.h"
 #include "glload/grerror.h"
+#include "render/pgmshdr.h"
 #include "utils/futil.h"
 
 #include <GL/glu.h>
@@ -100,6 +101,8 @@ void ViewWindow::init()
     m_primitives.reserve(count);
     draw.Init(count);
     texture.Init();
+    // The log is out; a show without its shaders would be a blank window.
+    if (shaderfailed()) std::exit(1);
 
     polyoffsetunit = polyoffsetfactor = 0;
     m_origin = m_pausestart = clockmicros();

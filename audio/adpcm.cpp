@@ -131,6 +131,8 @@ bool adpcm_t::decoding(send_t* sink)
 
         sink->keep(pcm);
         sink->send(pcm->data(), pcm->size() * sizeof(std::int16_t));
+        if (wave->stopped)
+            return true;
 
         const std::uint64_t length = wave->msec();
         for (std::uint64_t elapsed = 0;;) {

@@ -4,6 +4,7 @@
 #include "audio/wave.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <iostream>
 #include <sstream>
@@ -70,8 +71,11 @@ void wave_t::free()
 bool wave_t::load(const char* path)
 {
     image.clear();
-    if (!image.load(0, path))
-        return false;
+    errno = 0;
+    if (!path || !image.load(0, path)) {
+        const int why = errno;
+        return refuse(path, std::string("cannot read the file") + (why ? std::string(": ") + std::strerror(why) : "") + ".");
+    }
     const unsigned char* const base = image.begin();
     const std::uint64_t size = image.size();
     const auto here = [&] { return base + std::min(pos, size); };
