@@ -3,6 +3,7 @@
 #include "app/glfwymgr4.h"
 #include "app/usage.h"
 #include "app/viewwindow.h"
+#include "glload/keepdriver.h"
 #include "utils/common.h"
 
 #include <clocale>
@@ -35,6 +36,7 @@ int main(int argc, char** argv)
         glfwTerminate();
         return 1;
     }
+    glload::keepdriverloaded();
     winkit::glfwyMGR4::instance()->MainLoop();
     glfwTerminate();
     return 0;
