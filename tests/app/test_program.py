@@ -208,7 +208,11 @@ class Process(unittest.TestCase):
             self.assertGreater(p.screenshot().count_brighter(BRIGHT), 200)
             self.assertEqual(own(p.stderr()), "myxa2: master voice failed.\n")
 
-    def test_no_window_or_no_shaders_end_the_start_saying_why(self):
+    def test_no_display_no_window_or_no_shaders_end_the_start_saying_why(self):
+        env = dict(os.environ, DISPLAY=":4242", SDL_AUDIODRIVER="dummy")
+        r = subprocess.run([BIN], env=env, capture_output=True, text=True, timeout=10)
+        self.assertEqual(r.returncode, 1)
+        self.assertEqual(own(r.stderr), "glfw: X11: Failed to open display :4242\nglfwInit() failed.\n")
         # Without GLX no context can be made; GLFW's reason is the line.
         with Program(BIN, audio="dummy", xvfb_args=("-extension", "GLX")) as p:
             self.assertEqual(p.wait(10), 1)
