@@ -32,7 +32,8 @@ int main(int argc, char** argv)
         const char* why = nullptr;
         glfwGetError(&why);
         basekit::error();
-        std::cerr << "vexlor: cannot create the window: " << (why ? why : "GLFW gave no reason") << std::endl;
+        std::cerr << "vexlor: cannot create the window: " << (why ? why : "GLFW gave no reason")
+                  << std::endl;
         glfwTerminate();
         return 1;
     }

@@ -50,7 +50,8 @@ int commandline(int argc, char** argv)
         return 2;
     }
     if (argc > 2) {
-        std::cerr << "vexlor: one scene file at most, '" << argv[2] << "' is one too many (try --help)" << std::endl;
+        std::cerr << "vexlor: one scene file at most, '" << argv[2]
+                  << "' is one too many (try --help)" << std::endl;
         return 2;
     }
     return -1;

@@ -74,7 +74,10 @@ bool wave_t::load(const char* path)
     errno = 0;
     if (!path || !image.load(0, path)) {
         const int why = errno;
-        return refuse(path, std::string("cannot read the file") + (why ? std::string(": ") + std::strerror(why) : "") + ".");
+        std::string line = "cannot read the file";
+        if (why)
+            line += std::string(": ") + std::strerror(why);
+        return refuse(path, line + ".");
     }
     const unsigned char* const base = image.begin();
     const std::uint64_t size = image.size();
@@ -175,7 +178,8 @@ std::string wave_t::checkformat() const
     else if (f.channels > max_channels)
         wrong << f.channels << " channels, more than " << max_channels << ".";
     else if (f.samples_per_sec < min_rate || f.samples_per_sec > max_rate)
-        wrong << "sample rate " << f.samples_per_sec << ", not within " << min_rate << " to " << max_rate << ".";
+        wrong << "sample rate " << f.samples_per_sec << ", not within " << min_rate << " to "
+              << max_rate << ".";
     else if (f.bits == 0)
         wrong << "0 bits per sample.";
     else if (f.blk_size == 0)
@@ -187,19 +191,20 @@ std::string wave_t::checkformat() const
         // One frame: every channel's sample in whole bytes.
         const unsigned frame = f.channels * ((f.bits + 7u) / 8u);
         if (f.blk_size != frame)
-            wrong << "block align " << f.blk_size << " for " << f.channels << " channels of " << f.bits
-                  << " bits, not " << frame << ".";
+            wrong << "block align " << f.blk_size << ", not " << frame << " for " << f.channels
+                  << " x " << f.bits << " bits.";
     } else if (tag == tag_imaadpcm) {
         // Each channel's block starts with a 4-byte header (one sample); the
         // rest holds two 4-bit samples a byte, spread over the channels.
         const unsigned header = 4u * f.channels;
         const unsigned samples = le16(fmt + 26);
         if (f.blk_size < header) {
-            wrong << "IMA ADPCM block align " << f.blk_size << ", smaller than its header of " << header
-                  << " bytes.";
-        } else if (const unsigned fits = (f.blk_size - header) * 2u / f.channels + 1u; samples != fits) {
-            wrong << "IMA ADPCM " << samples << " samples per block, block align " << f.blk_size << " holds "
-                  << fits << ".";
+            wrong << "IMA ADPCM block align " << f.blk_size << ", smaller than its header of "
+                  << header << " bytes.";
+        } else if (const unsigned fits = (f.blk_size - header) * 2u / f.channels + 1u;
+                   samples != fits) {
+            wrong << "IMA ADPCM " << samples << " samples per block, block align " << f.blk_size
+                  << " holds " << fits << ".";
         }
     }
     return wrong.str();

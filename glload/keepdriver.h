@@ -15,14 +15,14 @@
 namespace glload {
 
 // Call once a context exists, when the driver has been loaded.
-inline void keepdriverloaded()
-{
+inline void keepdriverloaded() {
 #if defined(VEXLOR_SANITIZED)
     dl_iterate_phdr(
         [](dl_phdr_info* info, size_t, void*) {
             const char* name = info->dlpi_name;
             if (!name || !*name) return 0;
-            for (const char* part : {"_dri.so", "libgallium", "libGLX_mesa", "libEGL_mesa", "libglapi", "libLLVM"}) {
+            for (const char* part :
+                 {"_dri.so", "libgallium", "libGLX_mesa", "libEGL_mesa", "libglapi", "libLLVM"}) {
                 if (std::strstr(name, part)) {
                     // Already loaded: this only marks it never to be unloaded.
                     dlopen(name, RTLD_NOW | RTLD_NOLOAD | RTLD_NODELETE);

@@ -18,8 +18,8 @@ TEST(NoDevice, PlayerStaysSilentAndAlive)
     auto& player = dynamic_cast<sndkit::xaudio2_t&>(*wave);
     const auto load = [&](const bytes& file) { return wave->load(dir.write("a.wav", file).c_str()); };
     // The format set-up needs no device. Float of 24 bits, ADPCM of other
-    // than 4 and formats the player does not decode itself are refused; stereo ADPCM becomes 16-bit PCM with one channel's
-    // block align.
+    // than 4 and formats the player does not decode itself are refused;
+    // stereo ADPCM becomes 16-bit PCM with one channel's block align.
     EXPECT_FALSE(load(riff({fmt(65534, 2, 48000, 24, 6, extensible(3)), chunk("data", {})})));
     EXPECT_FALSE(load(adpcmfile(22050, bytes(256), 1, 8)));
     EXPECT_FALSE(load(riff({fmt(2, 1, 22050, 4, 256), chunk("data", bytes(256))})));

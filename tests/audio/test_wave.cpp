@@ -107,10 +107,10 @@ TEST(WaveReader, RefusesClaimsBeyondTheFileAndFormatsThatCannotBeDecoded)
         {riff({fmt(1, 1, 200001, 16, 2), d16}), fmtat + "sample rate 200001, not within 1000 to 200000."},
         {riff({fmt(1, 1, 8000, 0, 2), d16}), fmtat + "0 bits per sample."},
         {riff({fmt(1, 1, 8000, 16, 0), d16}), fmtat + "block align 0."},
-        {riff({fmt(1, 2, 8000, 16, 2), d16}), fmtat + "block align 2 for 2 channels of 16 bits, not 4."},
-        {riff({fmt(3, 1, 8000, 32, 8), d16}), fmtat + "block align 8 for 1 channels of 32 bits, not 4."},
+        {riff({fmt(1, 2, 8000, 16, 2), d16}), fmtat + "block align 2, not 4 for 2 x 16 bits."},
+        {riff({fmt(3, 1, 8000, 32, 8), d16}), fmtat + "block align 8, not 4 for 1 x 32 bits."},
         {riff({fmt(65534, 2, 48000, 32, 8), d16}), fmtat + "16 bytes, fewer than the 40 of an extensible format."},
-        {riff({fmt(65534, 1, 8000, 16, 4, extensible(1)), d16}), fmtat + "block align 4 for 1 channels of 16 bits, not 2."},
+        {riff({fmt(65534, 1, 8000, 16, 4, extensible(1)), d16}), fmtat + "block align 4, not 2 for 1 x 16 bits."},
         // Found by fuzzing: a header read past the data, and 2.6 GB asked for
         // a 40 KB file.
         {riff({fmt(17, 1, 8000, 4, 1, {2, 0, 1, 0}), d16}), fmtat + "IMA ADPCM block align 1, smaller than its header of 4 bytes."},
