@@ -15,7 +15,8 @@
 namespace glload {
 
 // Call once a context exists, when the driver has been loaded.
-inline void keepdriverloaded() {
+inline void keepdriverloaded()
+{
 #if defined(VEXLOR_SANITIZED)
     dl_iterate_phdr(
         [](dl_phdr_info* info, size_t, void*) {

@@ -33,7 +33,8 @@ struct sink_t : sndkit::send_t {
     unsigned long long bytes = 0;
     unsigned sends = 0;
     unsigned sum = 0;
-    bool send(const void* p, unsigned long long n) override {
+    bool send(const void* p, unsigned long long n) override
+    {
         data = static_cast<const unsigned char*>(p);
         bytes = n;
         ++sends;
@@ -45,14 +46,16 @@ struct sink_t : sndkit::send_t {
     void keep(std::shared_ptr<const void>) override {}
 };
 
-void require(bool holds, const char* what) {
+void require(bool holds, const char* what)
+{
     if (holds) return;
     std::fprintf(stderr, "invariant broken: %s\n", what);
     std::abort();
 }
 
 // The input as a file without touching the disk.
-std::string memfile(const std::uint8_t* data, std::size_t size) {
+std::string memfile(const std::uint8_t* data, std::size_t size)
+{
     static const int fd = memfd_create("wave", 0);
     require(fd >= 0, "memfd_create");
     require(ftruncate(fd, 0) == 0 && pwrite(fd, data, size, 0) == static_cast<ssize_t>(size),
@@ -60,7 +63,8 @@ std::string memfile(const std::uint8_t* data, std::size_t size) {
     return "/proc/self/fd/" + std::to_string(fd);
 }
 
-std::ostringstream& errors() {
+std::ostringstream& errors()
+{
     static std::ostringstream text;
     static const bool redirected = (std::cerr.rdbuf(text.rdbuf()), true);
     (void)redirected;
@@ -69,7 +73,8 @@ std::ostringstream& errors() {
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
     std::ostringstream& err = errors();
     err.str("");
     std::cerr.clear();
