@@ -4,10 +4,13 @@
 BUILD ?= build
 TSAN_BUILD ?= build-tsan
 PACKAGE_BUILD ?= build-deb
+ASAN_BUILD ?= build-asan
+FUZZ_BUILD ?= build-fuzz
+FUZZ_SECONDS ?= 60
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 CMAKE_FLAGS ?=
 
-.PHONY: all deps configure build run test bench tsan pictures install package clean
+.PHONY: all deps configure build run test bench tsan asan fuzz pictures install package clean
 
 all: build
 
@@ -36,6 +39,27 @@ tsan: deps
 	@cmake --build $(TSAN_BUILD) -j $(JOBS)
 	@cd $(TSAN_BUILD) && ctest --output-on-failure -L tsan
 
+# The whole test suite under AddressSanitizer and UndefinedBehaviorSanitizer,
+# on its own tree. Leaks inside the system's graphics, sound and bus
+# libraries are suppressed by name (tests/support/lsan.supp).
+asan: deps
+	@cmake -S . -B $(ASAN_BUILD) -DVEXLOR_ASAN=ON -DVEXLOR_BENCH=OFF -DCMAKE_BUILD_TYPE=Debug >/dev/null
+	@cmake --build $(ASAN_BUILD) -j $(JOBS)
+	@cd $(ASAN_BUILD) && \
+	  ASAN_OPTIONS=detect_leaks=1:abort_on_error=1:detect_stack_use_after_return=1 \
+	  LSAN_OPTIONS=suppressions=$(CURDIR)/tests/support/lsan.supp:print_suppressions=0 \
+	  UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
+	  ctest --output-on-failure -j $(JOBS)
+
+# Every libFuzzer target for FUZZ_SECONDS each, built with clang on its own
+# tree; fails when one finds a crash. New inputs and crashes go to
+# $(FUZZ_BUILD)/findings/NAME/, never into the committed seed corpora.
+fuzz: deps
+	@cmake -S . -B $(FUZZ_BUILD) -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ -DVEXLOR_FUZZ=ON \
+	  -DVEXLOR_TESTS=OFF -DVEXLOR_BENCH=OFF >/dev/null
+	@cmake --build $(FUZZ_BUILD) -j $(JOBS) --target fuzzers
+	@scripts/run-fuzzers $(FUZZ_BUILD) $(FUZZ_SECONDS)
+
 # The README's pictures, taken by the program tests under Xvfb.
 pictures: build
 	@mkdir -p docs
@@ -58,4 +82,4 @@ package: deps
 	@cd $(PACKAGE_BUILD) && cpack -G DEB
 
 clean:
-	@rm -rf $(BUILD) $(TSAN_BUILD) $(PACKAGE_BUILD)
+	@rm -rf $(BUILD) $(TSAN_BUILD) $(ASAN_BUILD) $(FUZZ_BUILD) $(PACKAGE_BUILD)

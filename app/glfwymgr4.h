@@ -44,7 +44,7 @@ public:
 private:
     std::map<GLFWwindow*, glutyAPI4*> m_objects;
     std::map<glutyAPI4*, GLFWwindow*> m_windows;
-    bool m_reserved = false;
+    [[maybe_unused]] bool m_reserved = false;  // set nowhere
     bool m_exit = false;
     bool m_idle = true;
     bool m_keyrepeat = false;

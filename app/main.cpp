@@ -6,6 +6,7 @@
 #include "app/saveroptions.h"
 #include "app/usage.h"
 #include "app/viewwindow.h"
+#include "glload/keepdriver.h"
 #include "utils/common.h"
 
 #include <clocale>
@@ -35,7 +36,17 @@ int main(int argc, char** argv)
     }
 
     vexlor::ViewWindow view(argc, argv);
-    winkit::glfwyMGR4::instance()->addWindow(&view, "vexlor");
+    if (!winkit::glfwyMGR4::instance()->addWindow(&view, "vexlor")) {
+        // No window or no OpenGL context: GLFW keeps the reason.
+        const char* why = nullptr;
+        glfwGetError(&why);
+        basekit::error();
+        std::cerr << "vexlor: cannot create the window: " << (why ? why : "GLFW gave no reason")
+                  << std::endl;
+        glfwTerminate();
+        return 1;
+    }
+    glload::keepdriverloaded();
     winkit::glfwyMGR4::instance()->MainLoop();
     glfwTerminate();
     return 0;

@@ -12,6 +12,8 @@
 #include "firework/evaluate.h"
 #include "firework/sceneclock.h"
 #include "glload/glextloader.h"
+#include "glload/keepdriver.h"
+#include "render/pgmshdr.h"
 #include "render/frame.h"
 #include "utils/mmtime.h"
 
@@ -98,6 +100,9 @@ int runsaver(const saveroptions_t& options, const char* argv0)
     points.reserve(capacity);
     frame_t frame;
     frame.Init(capacity);
+    glload::keepdriverloaded();
+    // The log is out; a screensaver without its shaders would be a blank window.
+    if (shaderfailed()) return 1;
 
     sceneclock_t clock;
     clock.start(clockmicros());

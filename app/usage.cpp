@@ -54,6 +54,15 @@ int commandline(int argc, char** argv)
         std::cerr << "vexlor: unknown option '" << arg << "' (try --help)" << std::endl;
         return 2;
     }
+    if (arg[0] == '\0') {
+        std::cerr << "vexlor: the scene file name is empty (try --help)" << std::endl;
+        return 2;
+    }
+    if (argc > 2) {
+        std::cerr << "vexlor: one scene file at most, '" << argv[2]
+                  << "' is one too many (try --help)" << std::endl;
+        return 2;
+    }
     return -1;
 }
 

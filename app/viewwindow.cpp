@@ -8,6 +8,7 @@
 #include "audio/wavedispatch.h"
 #include "firework/evaluate.h"
 #include "glload/glextloader.h"
+#include "render/pgmshdr.h"
 #include "utils/futil.h"
 
 #include <cstdlib>
@@ -59,6 +60,8 @@ void ViewWindow::init()
     const std::size_t count = pointcapacity(m_scene);
     m_primitives.reserve(count);
     m_frame.Init(count);
+    // The log is out; a show without its shaders would be a blank window.
+    if (shaderfailed()) std::exit(1);
     m_clock.start(clockmicros());
 }
 

@@ -26,6 +26,8 @@ const std::uint16_t step_idx[89] = {
 namespace {
 
 constexpr std::uint8_t max_index = 88;
+// First sample (2 bytes), step index, one unused byte.
+constexpr std::uint64_t block_header = 4;
 
 // The low 16 bits read as a signed value.
 std::int16_t signed16(std::uint16_t bits)
@@ -95,8 +97,10 @@ void SubDecd(std::int16_t& predictor, std::uint8_t& index, std::uint8_t code)
 
 bool adpcm_t::decoding(send_t* sink)
 {
+    // Every block starts with its header; the reader refuses a block align
+    // that cannot hold one, and so does the decoder, which reads it.
     const std::uint64_t blk = wave->fc().blk_size;
-    if (blk == 0)
+    if (blk < block_header)
         return true;
     const std::uint64_t bytes = wave->databytes();
     const std::uint64_t first = wave->pos;
@@ -104,9 +108,9 @@ bool adpcm_t::decoding(send_t* sink)
     const unsigned char* const image = wave->image.begin();
 
     // Shared with the sink, which holds each submitted vector until its voice
-    // has played it.
+    // has played it. At most two samples a byte, whatever the format claims.
     auto pcm = std::make_shared<std::vector<std::int16_t>>();
-    pcm->reserve((bytes / blk) * wave->samplesperblock());
+    pcm->reserve(2 * bytes);
     std::size_t clip = 0;
     for (;;) {
         std::uint64_t block = first;
@@ -120,13 +124,15 @@ bool adpcm_t::decoding(send_t* sink)
         // offset, which drops the last `first` bytes of it; kept as it is.
         // Where that bound is below the header, only the header counts, and a
         // header cut short by the end of the data is not read at all.
-        if (block + 4 <= end)
+        if (block + block_header <= end)
             decodeblock(image + block, bytes > block ? bytes - block : 0, *pcm);
         if (clip == 0)
             clip = pcm->size();
 
         sink->keep(pcm);
         sink->send(pcm->data(), pcm->size() * sizeof(std::int16_t));
+        if (wave->stopped)
+            return true;
 
         const std::uint64_t length = wave->msec();
         for (std::uint64_t elapsed = 0;;) {

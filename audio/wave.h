@@ -7,6 +7,7 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <string>
 
 #include "audio/decoder.h"
 #include "audio/wavestruct.h"
@@ -15,6 +16,13 @@
 
 namespace sndkit {
 
+// The formats the reader takes: rates an output voice can play, and as many
+// channels as one can carry. A rate far below them would also make a small
+// file pace its decode thread for hours.
+constexpr std::uint32_t min_rate = 1000;
+constexpr std::uint32_t max_rate = 200000;
+constexpr std::uint16_t max_channels = 64;
+
 class wave_t {
 public:
     wave_t() = default;
@@ -22,7 +30,10 @@ public:
     wave_t& operator=(const wave_t&) = delete;
 
     // Reads the file and walks its chunks; one line on standard error and
-    // false when it is not a WAVE file this reader can walk.
+    // false when it is not a WAVE file this reader can walk: a chunk that
+    // claims more bytes than the file holds, or a format without channels,
+    // bits, block align or a playable rate, or whose block align disagrees
+    // with its channels and bits (IMA ADPCM: with its samples per block).
     virtual bool load(const char* path) = 0;
     // Stores `loop` and clears `stopped`; starts nothing itself.
     virtual bool play(bool loop);
@@ -71,6 +82,8 @@ public:
 
 private:
     bool fail(const char* path, const char* message);
+    bool refuse(const char* path, const std::string& message);
+    std::string checkformat() const;
     bool holds(const unsigned char* p, std::uint64_t bytes) const;
 };
 

@@ -135,11 +135,19 @@ bool xaudio2_t::load(const char* path)
         out.nBlockAlign = 2;
         out.cbSize = 0;
         return true;
-    default:
+    case tag_pcm:
         out.wFormatTag = tag;
         out.wBitsPerSample = f.bits;
         format.Samples.wValidBitsPerSample = samplesfield(f);
         return true;
+    default:
+        // The engine would take some other formats, trusting fields of
+        // theirs that nothing here has checked.
+        basekit::error();
+        std::cerr << (path ? path : "") << ": format tag 0x" << std::hex << tag << std::dec
+                  << " is not PCM, IEEE float or IMA ADPCM." << std::endl;
+        format = {};
+        return false;
     }
 }
 

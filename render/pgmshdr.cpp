@@ -7,6 +7,22 @@
 namespace vexlor {
 namespace {
 
+bool s_failed = false;
+
+bool compiled(GLuint shader)
+{
+    GLint status = GL_FALSE;
+    glGetShaderiv(shader, GL_COMPILE_STATUS, &status);
+    return status == GL_TRUE;
+}
+
+bool linked(GLuint program)
+{
+    GLint status = GL_FALSE;
+    glGetProgramiv(program, GL_LINK_STATUS, &status);
+    return status == GL_TRUE;
+}
+
 template <typename GetLength, typename GetLog>
 void printlog(const char* headline, GLuint name, GetLength getlength, GetLog getlog)
 {
@@ -25,10 +41,10 @@ GLuint InitShader(GLenum type, const char* source, GLint length)
     const GLuint shader = glCreateShader(type);
     glShaderSource(shader, 1, &source, &length);
     glCompileShader(shader);
-    GLint status = GL_FALSE;
-    glGetShaderiv(shader, GL_COMPILE_STATUS, &status);
-    if (status != GL_TRUE)
+    if (!compiled(shader)) {
+        s_failed = true;
         printlog("shader compile error.", shader, glGetShaderiv, glGetShaderInfoLog);
+    }
     return shader;
 }
 
@@ -37,10 +53,10 @@ GLuint InitProgram(GLsizei count, const GLuint* shaders)
     const GLuint program = glCreateProgram();
     for (GLsizei i = 0; i < count; ++i) glAttachShader(program, shaders[i]);
     glLinkProgram(program);
-    GLint status = GL_FALSE;
-    glGetProgramiv(program, GL_LINK_STATUS, &status);
-    if (status != GL_TRUE)
+    if (!linked(program)) {
+        s_failed = true;
         printlog("program link error.", program, glGetProgramiv, glGetProgramInfoLog);
+    }
     return program;
 }
 
@@ -51,6 +67,7 @@ bool gl_program_t::Init(const char* vsource, GLint vlength, const char* fsource,
     m_fragment = InitShader(GL_FRAGMENT_SHADER, fsource, flength);
     const GLuint shaders[] = {m_vertex, m_fragment};
     m_program = InitProgram(2, shaders);
+    m_ok = compiled(m_vertex) && compiled(m_fragment) && linked(m_program);
     return true;
 }
 
@@ -64,6 +81,12 @@ void gl_program_t::Destroy()
     glDeleteShader(m_fragment);
     glDeleteProgram(m_program);
     m_vertex = m_fragment = m_program = 0;
+    m_ok = false;
+}
+
+bool shaderfailed()
+{
+    return s_failed;
 }
 
 GLint gl_program_t::getUniformLocation(const char* name) const

@@ -17,6 +17,10 @@ GLuint InitShader(GLenum type, const char* source, GLint length);
 // Returns the program name either way.
 GLuint InitProgram(GLsizei count, const GLuint* shaders);
 
+// True once any shader or program in this process has failed to build; the
+// viewer does not start then, since it would draw nothing.
+bool shaderfailed();
+
 class gl_program_t {
 public:
     gl_program_t() = default;
@@ -34,6 +38,8 @@ public:
     void Unuse() const { glUseProgram(0); }
 
     std::uint64_t refcount() const { return m_refcount; }
+    // Both shaders compiled and the program linked.
+    bool ok() const { return m_ok; }
     GLuint program() const { return m_program; }
 
 private:
@@ -41,6 +47,7 @@ private:
     GLuint m_vertex = 0;
     GLuint m_fragment = 0;
     GLuint m_program = 0;
+    bool m_ok = false;
 };
 
 } // namespace vexlor

@@ -7,6 +7,7 @@ intervals between events, with room for a slow first frame.
 """
 import os
 import signal
+import struct
 import subprocess
 import sys
 import tempfile
@@ -206,6 +207,41 @@ class Process(unittest.TestCase):
             self.assertIsNone(p.proc.poll(), "the program ended without a sound device")
             self.assertGreater(p.screenshot().count_brighter(BRIGHT), 200)
             self.assertEqual(own(p.stderr()), "myxa2: master voice failed.\n")
+
+    def test_no_display_no_window_or_no_shaders_end_the_start_saying_why(self):
+        env = dict(os.environ, DISPLAY=":4242", SDL_AUDIODRIVER="dummy")
+        r = subprocess.run([BIN], env=env, capture_output=True, text=True, timeout=10)
+        self.assertEqual(r.returncode, 1)
+        self.assertEqual(own(r.stderr), "glfw: X11: Failed to open display :4242\nglfwInit() failed.\n")
+        # Without GLX no context can be made; GLFW's reason is the line.
+        with Program(BIN, audio="dummy", xvfb_args=("-extension", "GLX")) as p:
+            self.assertEqual(p.wait(10), 1)
+            self.assertEqual(own(p.stderr()), "vexlor: cannot create the window: GLX: GLX extension not found\n")
+        # A driver held to GLSL 1.30 cannot build the shaders: its log, no show.
+        with Program(BIN, audio="dummy", extra_env={"MESA_GL_VERSION_OVERRIDE": "3.0",
+                                                    "MESA_GLSL_VERSION_OVERRIDE": "130"}) as p:
+            self.assertEqual(p.wait(10), 1)
+            err = own(p.stderr())
+            self.assertRegex(err, r"^(shader compile|program link) error\.\n")
+            self.assertIn("error", err.split("\n", 1)[1], "the driver's log is missing")
+
+    def test_broken_burst_sound_says_why(self):
+        def wave(fmt, data):
+            chunks = b"fmt " + struct.pack("<I", len(fmt)) + fmt + b"data" + struct.pack("<I", len(data)) + data
+            return b"RIFF" + struct.pack("<I", 4 + len(chunks)) + b"WAVE" + chunks
+        mono8 = struct.pack("<HHIIHH", 1, 1, 8000, 8000, 1, 8)
+        claims = bytearray(wave(mono8, bytes(200)))
+        claims[40:44] = struct.pack("<I", 0xFFFFFFF0)
+        cases = (
+            (bytes(claims), '"data" chunk at byte 36 claims 4294967280 bytes, the file holds 200 after its header.'),
+            (wave(struct.pack("<HHIIHHHH", 17, 1, 8000, 4000, 1, 4, 2, 1), bytes(64)),
+             '"fmt " chunk at byte 12: IMA ADPCM block align 1, smaller than its header of 4 bytes.'),
+            (wave(b"", bytes(16)), '"fmt " chunk at byte 12: 0 bytes, fewer than the 16 every format needs.'),
+        )
+        for content, line in cases:
+            with Program(BIN, audio="dummy", files={"reverb.wav": content}) as p:
+                self.assertEqual(p.wait(10), 1)
+                self.assertEqual(own(p.stderr()), f"reverb.wav: {line}\nwave load failed.\n")
 
     def test_help_and_version_need_no_display(self):
         env = {k: v for k, v in os.environ.items() if k != "DISPLAY"}

@@ -112,6 +112,18 @@ TEST(CommandLine, HelpVersionUnknownOptionsAndSceneFiles)
     EXPECT_EQ(out, "");
     EXPECT_NE(err.find("--bogus"), std::string::npos);
 
+    // One line each, naming what is wrong; nothing is started.
+    const std::pair<std::vector<std::string>, const char*> refused[] = {
+        {{"vexlor", "a.scene", "b.scene"}, "'b.scene' is one too many"},
+        {{"vexlor", ""}, "the scene file name is empty"},
+    };
+    for (const auto& [args, what] : refused) {
+        EXPECT_EQ(run(args, out, err), 2) << what;
+        EXPECT_EQ(out, "");
+        EXPECT_NE(err.find(what), std::string::npos) << err;
+        EXPECT_EQ(err.find('\n'), err.size() - 1) << err;
+    }
+
     EXPECT_EQ(run({"vexlor"}, out, err), -1) << "no argument plays the built-in show";
     EXPECT_EQ(run({"vexlor", "show.scene"}, out, err), -1);
     EXPECT_EQ(run({"vexlor", "-"}, out, err), -1) << "a lone dash is a file name";

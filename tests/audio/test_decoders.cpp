@@ -84,6 +84,25 @@ TEST(AdpcmDecoder, BlockRule)
     }
 }
 
+// The smallest blocks (their header alone) with the data running to the end
+// of the file: no header is read past it (under the address sanitizer a read
+// there is a fault), and a block cut short adds nothing.
+TEST(AdpcmDecoder, NoHeaderReadPastTheData)
+{
+    tempdir dir;
+    plainwave w;
+    const std::size_t cases[][2] = {{3, 0}, {4, 1}, {7, 1}, {8, 2}, {9, 2}};
+    for (const auto& c : cases) {
+        const bytes file = riff({fmt(17, 1, 8000, 4, 4, {2, 0, 1, 0}), chunk("data", bytes(c[0], 0x11))});
+        ASSERT_TRUE(w.load(dir.write("a.wav", file).c_str())) << c[0];
+        ASSERT_EQ(w.image.size(), w.pos + c[0]);
+        recorder sink(w, 1);
+        EXPECT_TRUE(sink.decode(false));
+        ASSERT_EQ(sink.sent.size(), 1u);
+        EXPECT_EQ(sink.sent[0].size(), c[1]) << c[0];
+    }
+}
+
 // By hand from the step table (7 at index 0, 19 at 10, 337 at 40, 2272 at 60,
 // 24623 at 85, 32767 at 88): the bounds, the 16-bit sum and the index limits.
 // Predictor, index, code; then the predictor and index after.

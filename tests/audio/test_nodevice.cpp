@@ -17,11 +17,12 @@ TEST(NoDevice, PlayerStaysSilentAndAlive)
     std::unique_ptr<sndkit::wave_t> wave = sndkit::wave_dispatch(0);
     auto& player = dynamic_cast<sndkit::xaudio2_t&>(*wave);
     const auto load = [&](const bytes& file) { return wave->load(dir.write("a.wav", file).c_str()); };
-    // The format set-up needs no device. Float of 24 bits and ADPCM of other
-    // than 4 are refused; stereo ADPCM becomes 16-bit PCM with one channel's
-    // block align.
+    // The format set-up needs no device. Float of 24 bits, ADPCM of other
+    // than 4 and formats the player does not decode itself are refused;
+    // stereo ADPCM becomes 16-bit PCM with one channel's block align.
     EXPECT_FALSE(load(riff({fmt(65534, 2, 48000, 24, 6, extensible(3)), chunk("data", {})})));
     EXPECT_FALSE(load(adpcmfile(22050, bytes(256), 1, 8)));
+    EXPECT_FALSE(load(riff({fmt(2, 1, 22050, 4, 256), chunk("data", bytes(256))})));
     ASSERT_TRUE(load(adpcmfile(22050, bytes(512), 2)));
     const FAudioWaveFormatEx& f = player.format.Format;
     // 16 x 2 x 22050 / 8 bytes a second.
@@ -35,7 +36,8 @@ TEST(NoDevice, PlayerStaysSilentAndAlive)
     EXPECT_FALSE(wave->stop());
     wave.reset();
     EXPECT_EQ(err.text.str(), "myxa2: master voice failed.\nnot supported format.(id=fffe && bits=24)\n"
-                              "8: IMA/DVI ADPCM decoder is not supported bits.\n");
+                              "8: IMA/DVI ADPCM decoder is not supported bits.\n" +
+                              dir.path + "/a.wav: format tag 0x2 is not PCM, IEEE float or IMA ADPCM.\n");
     EXPECT_EQ(out.text.str(), "");
 }
 

@@ -44,10 +44,10 @@ inline bytes fmt(std::uint16_t tag, std::uint16_t channels, std::uint32_t rate, 
 }
 
 // The extensible tail (its size word, then 22 bytes) whose sub-format starts
-// with `subtag`.
-inline bytes extensible(unsigned char subtag)
+// with `subtag`; `samples` is the valid bits or the samples per block.
+inline bytes extensible(unsigned char subtag, std::uint16_t samples = 0)
 {
-    bytes b{22, 0, 0, 0, 3, 0, 0, 0, subtag};
+    bytes b{22, 0, static_cast<unsigned char>(samples), static_cast<unsigned char>(samples >> 8), 3, 0, 0, 0, subtag};
     b.resize(24);
     return b;
 }
@@ -60,10 +60,13 @@ inline bytes riff(std::initializer_list<bytes> chunks)
     return chunk("RIFF", body);
 }
 
-// IMA ADPCM in 256-byte blocks of 505 samples; the data start at byte 48.
+// IMA ADPCM in 256-byte blocks (505 samples per channel for mono); the data
+// start at byte 48.
 inline bytes adpcmfile(std::uint32_t rate, const bytes& data, std::uint16_t channels = 1, std::uint16_t bits = 4)
 {
-    return riff({fmt(17, channels, rate, bits, 256, {2, 0, 0xf9, 0x01}), chunk("data", data)});
+    bytes extra{2, 0};
+    put(extra, (256 - 4 * channels) * 2 / channels + 1, 2);
+    return riff({fmt(17, channels, rate, bits, 256, extra), chunk("data", data)});
 }
 
 struct tempdir {

@@ -124,6 +124,28 @@ TEST_F(RenderGl, CompileAndLinkFailuresPrintTheDriversLog)
     EXPECT_EQ(testing::internal::GetCapturedStderr().rfind("program link error.\n", 0), 0u);
     glDeleteShader(vs);
     glDeleteShader(bad);
+    EXPECT_TRUE(vexlor::shaderfailed()) << "the viewer would start and draw nothing";
+}
+
+// A program object tells whether it was built; an invalid fragment shader
+// fails the build, a later good one on a fresh object does not.
+TEST_F(RenderGl, ProgramTellsWhetherItWasBuilt)
+{
+    const char vs[] = "#version 330\nvoid main() { gl_Position = vec4(0.0); }\n";
+    const char fs[] = "#version 330\nout vec4 c;\nvoid main() { c = vec4(1.0); }\n";
+    const char badfs[] = "#version 330\nout vec4 c;\nvoid main() { c = 1.0 +; }\n";
+    vexlor::gl_program_t good, bad;
+    EXPECT_TRUE(good.Init(vs, sizeof(vs) - 1, fs, sizeof(fs) - 1));
+    EXPECT_TRUE(good.ok());
+    testing::internal::CaptureStderr();
+    EXPECT_TRUE(bad.Init(vs, sizeof(vs) - 1, badfs, sizeof(badfs) - 1));
+    const std::string log = testing::internal::GetCapturedStderr();
+    EXPECT_FALSE(bad.ok());
+    EXPECT_EQ(log.rfind("shader compile error.\n", 0), 0u) << log;
+    EXPECT_NE(log.find("program link error.\n"), std::string::npos) << log;
+    good.Destroy();
+    bad.Destroy();
+    EXPECT_FALSE(good.ok());
 }
 
 TEST_F(RenderGl, PointSpriteSizeColourAndMaximumBlend)

@@ -2,6 +2,8 @@
 // Run such tests under tests/support/with-xvfb.
 #pragma once
 
+#include "glload/keepdriver.h"
+
 #define GLFW_INCLUDE_NONE
 #include <GLFW/glfw3.h>
 
@@ -14,7 +16,9 @@ public:
         if (!glfwInit()) return;
         glfwWindowHint(GLFW_VISIBLE, GLFW_FALSE);
         m_window = glfwCreateWindow(width, height, "test", nullptr, nullptr);
-        if (m_window) glfwMakeContextCurrent(m_window);
+        if (!m_window) return;
+        glfwMakeContextCurrent(m_window);
+        glload::keepdriverloaded();
     }
     ~glcontext()
     {

@@ -19,11 +19,11 @@ class Xvfb:
     -noreset: otherwise the server resets when its last client (xset) leaves,
     and a program connecting during the reset is refused."""
 
-    def __init__(self):
+    def __init__(self, extra_args=()):
         rfd, wfd = os.pipe()
         self.proc = subprocess.Popen(
             ["Xvfb", "-displayfd", str(wfd), "-screen", "0", f"{WIDTH}x{HEIGHT}x24",
-             "-nolisten", "tcp", "-noreset"], pass_fds=[wfd], stdout=subprocess.DEVNULL,
+             "-nolisten", "tcp", "-noreset", *extra_args], pass_fds=[wfd], stdout=subprocess.DEVNULL,
             stderr=subprocess.DEVNULL)
         os.close(wfd)
         with os.fdopen(rfd) as pipe:
@@ -93,13 +93,18 @@ class Recording:
 
 
 class Program:
-    """One run of vexlor under a private X server with its sound recorded. An
-    X server made beforehand (to put windows on it) may be handed in; the run
-    then owns it."""
+    """One run of vexlor under a private X server with its sound recorded.
+    `files` (name: bytes) are written to its working directory first;
+    `xvfb_args` go to the X server. An X server made beforehand (to put
+    windows on it) may be handed in; the run then owns it."""
 
-    def __init__(self, binary, args=(), audio="disk", extra_env=None, xvfb=None):
-        self.xvfb = xvfb or Xvfb()
+    def __init__(self, binary, args=(), audio="disk", extra_env=None, files=None, xvfb_args=(),
+                 xvfb=None):
+        self.xvfb = xvfb or Xvfb(xvfb_args)
         self.tmp = tempfile.TemporaryDirectory(prefix="vexlor-run-")
+        for name, content in (files or {}).items():
+            with open(os.path.join(self.tmp.name, name), "wb") as f:
+                f.write(content)
         sound = os.path.join(self.tmp.name, "sound.raw")
         env = dict(self.xvfb.env(), SDL_AUDIODRIVER=audio, SDL_DISKAUDIOFILE=sound,
                    **(extra_env or {}))

@@ -47,6 +47,11 @@ TEST(SceneTool, MakeCheckInfoHelpAndUsage)
     EXPECT_TRUE(help.status == 0 && help.out.rfind("Usage: vexlor-scene make SHOW FILE\n", 0) == 0);
     const result_t usage = run(dir, "make susuki");
     EXPECT_TRUE(usage.status == 2 && usage.err == "vexlor-scene: make takes a show and a file name; try 'vexlor-scene --help'.\n");
+    for (const char* empty : {"make single ''", "check ''", "info ''"}) {
+        const result_t r = run(dir, empty);
+        EXPECT_EQ(r.status, 2) << empty;
+        EXPECT_EQ(r.err, "vexlor-scene: the file name is empty; try 'vexlor-scene --help'.\n") << empty;
+    }
     const std::string broken = dir.write("broken.scene", "1\r\n0\r\n1, 2, 3\r\ndir3(0, 0, 20)\r\n2\r\n9\r\n1\r\n"
                                                          "col3a(1, 1, 1, 1)\r\n0\r\n");
     const result_t checked = run(dir, "info " + broken); // info checks first: load would hang on this file

@@ -1,6 +1,7 @@
 // vexlor-scene: the shows the viewer cannot build by itself, as scene files,
 // and a look into scene files before the viewer plays them.
-// Exit status: 0 done, 1 the file is bad or cannot be written, 2 usage error.
+// Exit status: 0 done, 1 the file is bad or cannot be written, 2 usage error
+// (an empty file name included).
 #include "firework/evaluate.h"
 #include "firework/loadsave.h"
 #include "firework/sample.h"
@@ -131,11 +132,15 @@ int main(int argc, char** argv)
     if (command == "make") {
         if (argc != 4)
             return usage("make takes a show and a file name");
+        if (argv[3][0] == '\0')
+            return usage("the file name is empty");
         return make(argv[2], argv[3]);
     }
     if (command == "check" || command == "info") {
         if (argc != 3)
             return usage(command + " takes one file name");
+        if (argv[2][0] == '\0')
+            return usage("the file name is empty");
         return command == "check" ? check(argv[2]) : info(argv[2]);
     }
     return usage("unknown command \"" + command + "\"");
