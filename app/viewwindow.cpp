@@ -6,9 +6,8 @@
 #include "app/viewstate.h"
 #include "audio/wavedispatch.h"
 #include "firework/evaluate.h"
-#include "firework/loadsave.h"
 #include "firework/sample.h"
-#include "firework/scenecheck.h"
+#include "firework/scenereader.h"
 #include "glload/glextloader.h"
 #include "glload/grerror.h"
 #include "utils/futil.h"
@@ -67,13 +66,11 @@ void ViewWindow::loadscene()
         makesusuki(m_scene);
         return;
     }
-    // load() trusts its input; a broken file must never reach it.
     std::string problem;
-    if (!check(m_argv[1], problem)) {
+    if (!readscene(m_argv[1], m_scene, problem)) {
         std::cerr << problem << std::endl;
         std::exit(1);
     }
-    if (!load(m_argv[1], m_scene)) std::exit(1);
 }
 
 void ViewWindow::init()
