@@ -88,7 +88,9 @@ bool parsecount(std::string_view text, std::uint64_t& value)
         return false;
     // from_chars takes a "-" for signed types only, and no prefix or blank.
     const auto [end, error] = std::from_chars(first, last, value, base);
-    return error == std::errc() && end == last;
+    if (error == std::errc::result_out_of_range && end == last)
+        value = UINT64_MAX;
+    return (error == std::errc() || error == std::errc::result_out_of_range) && end == last;
 }
 
 double strtodclassic(const char* text, char** end)

@@ -25,7 +25,8 @@ bool parsewholenumber(std::string_view text, float& value);
 
 // The whole text is one unsigned integer in decimal, octal (leading "0") or
 // hexadecimal ("0x" or "0X"), as C's strtoul reads them with base 0, without
-// sign or blanks. False also when it does not fit in 64 bits.
+// sign or blanks. A number beyond 64 bits reads as the largest, as strtoul
+// gives it.
 bool parsecount(std::string_view text, std::uint64_t& value);
 
 // C's strtod in the C locale: a point is the decimal separator even when the

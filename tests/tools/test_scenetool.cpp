@@ -51,5 +51,5 @@ TEST(SceneTool, MakeCheckInfoHelpAndUsage)
                                                          "col3a(1, 1, 1, 1)\r\n0\r\n");
     const result_t checked = run(dir, "info " + broken); // info checks first: load would hang on this file
     EXPECT_TRUE(checked.status == 1 && checked.out.empty());
-    EXPECT_EQ(checked.err, broken + ":3: the launch position needs a value like pos3(x, y, z)\n");
+    EXPECT_EQ(checked.err, broken + ":3: expected the launch position as pos3(x, y, z), found \"1, 2, 3\"\n");
 }
