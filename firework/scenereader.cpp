@@ -272,8 +272,13 @@ private:
             && geometry("end colour", "col3a(r, g, b, a)", film.to);
     }
 
+    // What a line should have held, for messages only: built when one fails.
+    static std::string asnumber(const char* what) { return std::string("the ") + what + " as a finite decimal number"; }
+    static std::string ascount(const char* what) { return std::string("the ") + what + " as an unsigned integer"; }
+    static std::string asgeometry(const char* what, const char* form) { return std::string("the ") + what + " as " + form; }
+
     // The next line, or a message naming what was expected instead of the end.
-    bool next(const std::string& expected)
+    template <typename Expected> bool next(const Expected& expected)
     {
         if (m_lines.next(m_line, m_toolong)) {
             if (m_progress && m_lines.consumed() - m_reported >= chunkbytes) {
@@ -285,26 +290,26 @@ private:
         }
         if (m_lines.error() != 0)
             return readerror();
-        m_message = m_name + ":" + std::to_string(m_lines.number() + 1) + ": expected " + expected
+        m_message = m_name + ":" + std::to_string(m_lines.number() + 1) + ": expected " + expected()
                   + ", found the end of the file";
         return false;
     }
 
     bool number(const char* what, float& value)
     {
-        const std::string expected = std::string("the ") + what + " as a finite decimal number";
+        const auto expected = [what] { return asnumber(what); };
         if (!next(expected))
             return false;
-        return (!m_toolong && basekit::parsewholenumber(m_line, value)) || fail(expected, m_line, m_toolong);
+        return (!m_toolong && basekit::parsewholenumber(m_line, value)) || fail(expected(), m_line, m_toolong);
     }
 
     bool count(const char* what, const char* records, std::uint64_t recordbytes, std::uint64_t& value)
     {
-        const std::string expected = std::string("the ") + what + " as an unsigned integer";
+        const auto expected = [what] { return ascount(what); };
         if (!next(expected))
             return false;
         if (m_toolong || !basekit::parsecount(m_line, value))
-            return fail(expected, m_line, m_toolong);
+            return fail(expected(), m_line, m_toolong);
         // The last line may lack its line end: one byte more than counted.
         const std::uint64_t most = (m_lines.left() + 1) / recordbytes;
         if (value > most)
@@ -316,10 +321,10 @@ private:
 
     template <typename T> bool geometry(const char* what, const char* form, T& value)
     {
-        const std::string expected = std::string("the ") + what + " as " + form;
+        const auto expected = [what, form] { return asgeometry(what, form); };
         if (!next(expected))
             return false;
-        return (!m_toolong && geokit::parsetext(m_line, value)) || fail(expected, m_line, m_toolong);
+        return (!m_toolong && geokit::parsetext(m_line, value)) || fail(expected(), m_line, m_toolong);
     }
 
     bool fail(const std::string& expected, std::string_view found, bool toolong)
