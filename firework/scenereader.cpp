@@ -183,9 +183,9 @@ std::string quote(std::string_view line, bool toolong)
     return text + '"';
 }
 
-// Grows a vector towards `count` elements a step at a time, so that a count
-// larger than what follows costs at most one step, while an honest count is
-// met by one allocation of the exact size.
+// Grows a vector towards `count` elements: up to `reservestep` at once, then
+// doubling but never past the count. A count larger than what follows costs
+// little; an honest one ends in a vector of the exact size.
 template <typename T> T& grow(std::vector<T>& list, std::uint64_t count)
 {
     if (list.size() == list.capacity()) {
