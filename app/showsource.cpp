@@ -1,9 +1,8 @@
-// Opening what the user names: the scene file's guard, then its loader.
+// Opening what the user names: a built-in show or a scene file, read strictly.
 #include "app/showsource.h"
 
-#include "firework/loadsave.h"
 #include "firework/sample.h"
-#include "firework/scenecheck.h"
+#include "firework/scenereader.h"
 
 #include <iostream>
 #include <string>
@@ -16,13 +15,12 @@ bool openshow(const char* path, std::vector<firework_t>& scene)
         makesusuki(scene);
         return true;
     }
-    // load() trusts its input; a broken file must never reach it.
     std::string problem;
-    if (!check(path, problem)) {
+    if (!readscene(path, scene, problem)) {
         std::cerr << problem << std::endl;
         return false;
     }
-    return load(path, scene);
+    return true;
 }
 
 } // namespace vexlor

@@ -1,6 +1,9 @@
 // Writing and reading scene files. The reader is deliberately lenient:
 // unparsable numbers read as 0, counts take C's base prefixes ("0x", "0").
+// Numbers are written and read in the classic "C" form whatever the locale.
 #include "firework/loadsave.h"
+
+#include "utils/numtext.h"
 
 #include <cstdlib>
 #include <filesystem>
@@ -86,7 +89,7 @@ public:
     float number()
     {
         next();
-        return static_cast<float>(std::strtod(m_line.c_str(), nullptr));
+        return static_cast<float>(basekit::strtodclassic(m_line.c_str(), nullptr));
     }
 
     unsigned long count()
@@ -158,6 +161,7 @@ bool save(const char* path, const std::vector<firework_t>& scene)
     std::ofstream os(path, std::ios::binary | std::ios::trunc);
     if (!os)
         return false;
+    os.imbue(std::locale::classic());
     putcount(os, scene.size());
     for (const firework_t& firework : scene)
         savefirework(os, firework);

@@ -10,13 +10,15 @@
 
 namespace vexlor {
 
-// False only when the file cannot be opened for writing.
+// False only when the file cannot be opened for writing. A scene of finite
+// numbers gives a file that readscene() accepts.
 bool save(const char* path, const std::vector<firework_t>& scene);
 
 // Replaces the scene with the file's content. False when the file cannot be
 // opened (scene untouched) or a line was missing (scene as far as it was read).
 // Trusts the file: a geometry line the reader cannot finish hangs, and a
-// huge count is allocated as it stands; run check() first on untrusted files.
+// huge count is allocated as it stands; untrusted files go through
+// readscene() (firework/scenereader.h), which checks as it reads.
 bool load(const char* path, std::vector<firework_t>& scene);
 
 // Opens a scene file for reading in binary. A directory opens here but cannot

@@ -1,8 +1,10 @@
 // Readers of the typed text form. Types of the same shape share one reader;
-// composite readers check the type word of each member they read.
+// composite readers check the type word of each member they read. Numbers
+// are read in the classic form whatever locale the stream carries.
 #include "geometry/geometry_in.h"
 
 #include "geometry/streamtype.h"
+#include "utils/numtext.h"
 
 namespace geokit {
 
@@ -31,6 +33,7 @@ void close(std::istream& is) {
 
 template <typename First, typename... Rest>
 std::istream& read_value(std::istream& is, First& first, Rest&... rest) {
+    basekit::classicnumbers numbers(is);
     open(is);
     is >> first;
     ((separator(is), is >> rest), ...);
@@ -46,6 +49,7 @@ bool expect(std::istream& is, e_mtype_t wanted) {
 
 // The rotation3_t shape: a float, then a "dir3" value.
 bool read_scalar_direction(std::istream& is, float& scalar, direction3_t& dir) {
+    basekit::classicnumbers numbers(is);
     open(is);
     is >> scalar;
     separator(is);
@@ -128,6 +132,7 @@ std::istream& operator>>(std::istream& is, revolution3_t& v) {
 
 std::istream& operator>>(std::istream& is, posture3w_t& v) {
     posture3w_t read{};
+    basekit::classicnumbers numbers(is);
     open(is);
     if (!expect(is, mt_rot3)) return is;
     is >> read.attitude;
@@ -149,6 +154,7 @@ std::istream& operator>>(std::istream& is, straight3_t& v) {
 
 std::istream& operator>>(std::istream& is, inertial3_t& v) {
     inertial3_t read{};
+    basekit::classicnumbers numbers(is);
     open(is);
     if (!expect(is, mt_rev3)) return is;
     is >> read.turn;
@@ -162,6 +168,7 @@ std::istream& operator>>(std::istream& is, inertial3_t& v) {
 
 // Any one separator character, so ", " and ",\n\t" both serve.
 std::istream& operator>>(std::istream& is, matrix3w_t& v) {
+    basekit::classicnumbers numbers(is);
     open(is);
     is >> v.m[0];
     for (int i = 1; i < 16; ++i) {
@@ -198,6 +205,7 @@ std::istream& operator>>(std::istream& is, line2d_t& v) {
 
 // The direction's word is not checked.
 std::istream& operator>>(std::istream& is, line3d_t& v) {
+    basekit::classicnumbers numbers(is);
     open(is);
     is >> v.dir;
     separator(is);

@@ -1,7 +1,9 @@
 // Writers of the typed text form. Every writer but the byte colours runs
 // under a keepflag guard with fixed notation; the precision is left alone.
+// Numbers are written in the classic form whatever locale the stream carries.
 #include "geometry/geometry_out.h"
 
+#include "utils/numtext.h"
 #include "utils/ssutil.h"
 
 #include <ios>
@@ -23,6 +25,7 @@ template <typename First, typename... Rest>
 std::ostream& write_fixed(std::ostream& os, const char* prefix, const First& first,
                           const Rest&... rest) {
     basekit::keepflag guard(os);
+    basekit::classicnumbers numbers(os);
     os.setf(std::ios::fixed, std::ios::floatfield);
     os << prefix;
     put(os, first);
@@ -116,6 +119,7 @@ std::ostream& operator<<(std::ostream& os, const inertial3_t& v) {
 
 std::ostream& operator<<(std::ostream& os, const matrix3w_t& v) {
     basekit::keepflag guard(os);
+    basekit::classicnumbers numbers(os);
     os.setf(std::ios::fixed, std::ios::floatfield);
     os << "mtx3w(\t";
     for (int i = 0; i < 16; ++i) {
@@ -154,6 +158,7 @@ std::ostream& operator<<(std::ostream& os, const line3d_t& v) {
 }
 
 std::ostream& operator<<(std::ostream& os, const triangle_t& v) {
+    basekit::classicnumbers numbers(os);
     os << "s: " << v.plane << std::endl;
     os << v.frame << std::endl;
     os << "l: " << v.edge[0] << v.edge[1] << v.edge[2] << std::endl;

@@ -4,6 +4,7 @@
 
 #include "geometry/geometry_in.h"
 #include "geometry/geometry_out.h"
+#include "utils/numtext.h"
 #include "utils/ssutil.h"
 
 #include <cstring>
@@ -69,6 +70,7 @@ std::ostream& operator<<(std::ostream& os, const mtype_reader& v) {
     switch (v.type) {
     case mt_float: {
         basekit::keepflag guard(os);
+        basekit::classicnumbers numbers(os);
         os.setf(std::ios::fixed, std::ios::floatfield);
         return os << "float(" << static_cast<double>(v.flt) << ')';
     }
@@ -141,6 +143,7 @@ std::istream& operator>>(std::istream& is, mtype_reader& v) {
     is >> v.type;
     switch (v.type) {
     case mt_float: {
+        basekit::classicnumbers numbers(is);
         char c = 0;
         is >> c;
         float value = 0.0f;

@@ -4,6 +4,7 @@
  * named by VEXLOR_SWAPCOUNT. */
 #define _GNU_SOURCE
 #include <dlfcn.h>
+#include <locale.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -66,6 +67,13 @@ __attribute__((destructor)) static void report(void)
     const double cpu = cpuseconds() - firstcpu;
     FILE* f = fopen(path, "a");
     if (!f) return;
+    /* The viewer runs under the user's locale; the script reads a point. */
+    locale_t classic = newlocale(LC_ALL_MASK, "C", (locale_t)0);
+    locale_t previous = classic ? uselocale(classic) : (locale_t)0;
     fprintf(f, "%lu %.3f %.3f\n", frames, seconds(&now) - seconds(&first), cpu);
+    if (classic) {
+        uselocale(previous);
+        freelocale(classic);
+    }
     fclose(f);
 }

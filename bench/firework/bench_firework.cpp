@@ -1,15 +1,23 @@
 // Frame times of the evaluation (the susuki show and a 100-shell finale, with
-// the plain step-by-step evaluation beside for scale), the susuki maker, and
-// saving, checking and loading the susuki scene file.
+// the plain step-by-step evaluation beside for scale), the susuki maker,
+// saving, checking and loading the susuki scene file, and the strict reader's
+// time and peak memory on large scene files against the scene's own memory.
+// VEXLOR_BENCH_SCENE=FILE adds that file (bench/app's makefinale writes the
+// 100-shell finale) to the memory benchmark.
 #include "firework/evaluate.h"
 #include "firework/loadsave.h"
 #include "firework/sample.h"
 #include "firework/scenecheck.h"
+#include "firework/scenereader.h"
 #include "tests/firework/reference.h"
 
 #include <benchmark/benchmark.h>
 
+#include <chrono>
 #include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <malloc.h>
 #include <string>
 #include <unistd.h>
 #include <vector>
@@ -37,6 +45,12 @@ const std::vector<firework_t>& finale()
         return s;
     }();
     return scene;
+}
+
+std::uint64_t filesize(const std::string& path)
+{
+    std::ifstream is(path, std::ios::binary | std::ios::ate);
+    return is ? static_cast<std::uint64_t>(is.tellg()) : 0;
 }
 
 // Times are given in milliseconds as benchmark arguments.
@@ -144,15 +158,127 @@ void BM_LoadSusuki(benchmark::State& state)
 }
 BENCHMARK(BM_LoadSusuki)->Unit(benchmark::kMillisecond);
 
+void BM_ReadSusuki(benchmark::State& state)
+{
+    const std::string path = susukifile();
+    std::vector<firework_t> scene;
+    std::string message;
+    for (auto _ : state)
+        benchmark::DoNotOptimize(readscene(path.c_str(), scene, message));
+    state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations()) * static_cast<std::int64_t>(filesize(path)));
+}
+BENCHMARK(BM_ReadSusuki)->Unit(benchmark::kMillisecond);
+
+// A kilobyte figure of this process from /proc/self/status ("VmRSS:", "VmHWM:").
+double statuskb(const char* key)
+{
+    std::ifstream is("/proc/self/status");
+    std::string word;
+    while (is >> word)
+        if (word == key) {
+            double kb = 0;
+            is >> kb;
+            return kb;
+        }
+    return 0;
+}
+
+struct figures_t {
+    bool ok;
+    double seconds;
+    double peak;  // most resident bytes while reading, above the start
+    double rss;   // resident bytes of the scene once read
+    double heap;  // bytes the allocator handed out for the scene
+};
+
+// One read, measured inside a fresh process (this program run with
+// "--measure-read"), so that no memory freed earlier is reused and the peak
+// is the read's own.
+int measureread(const char* how, const char* path)
+{
+    std::ofstream("/proc/self/clear_refs") << "5"; // the peak starts from here
+    const double base = statuskb("VmRSS:");
+    const std::size_t heap = mallinfo2().uordblks;
+    const auto start = std::chrono::steady_clock::now();
+    std::vector<firework_t> scene;
+    std::string message;
+    figures_t f{};
+    f.ok = std::string(how) == "strict" ? readscene(path, scene, message) : load(path, scene);
+    f.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    f.peak = (statuskb("VmHWM:") - base) * 1024.0;
+    f.rss = (statuskb("VmRSS:") - base) * 1024.0;
+    f.heap = static_cast<double>(mallinfo2().uordblks - heap);
+    std::printf("%d %.9g %.9g %.9g %.9g\n", f.ok ? 1 : 0, f.seconds, f.peak, f.rss, f.heap);
+    return 0;
+}
+
+figures_t measure(const std::string& path, bool strict)
+{
+    const std::string command = "/proc/" + std::to_string(getpid()) + "/exe --measure-read "
+                              + (strict ? "strict " : "load ") + path;
+    figures_t f{};
+    if (FILE* child = popen(command.c_str(), "r")) {
+        int ok = 0;
+        if (std::fscanf(child, "%d %lf %lf %lf %lf", &ok, &f.seconds, &f.peak, &f.rss, &f.heap) != 5)
+            ok = 0;
+        f.ok = ok == 1;
+        pclose(child);
+    }
+    return f;
+}
+
+// The finale's first `shells` shells as a scene file, written once.
+std::string finalefile(std::size_t shells)
+{
+    const std::string path = "/tmp/bench_firework_" + std::to_string(getpid()) + "_" + std::to_string(shells) + ".scene";
+    if (access(path.c_str(), R_OK) != 0) {
+        std::vector<firework_t> scene;
+        reference::makefinale(scene, shells, 0.5f);
+        save(path.c_str(), scene);
+    }
+    return path;
+}
+
+void memory(benchmark::State& state, const std::string& path, bool strict)
+{
+    figures_t f{};
+    for (auto _ : state) {
+        f = measure(path, strict);
+        state.SetIterationTime(f.seconds);
+    }
+    if (!f.ok)
+        state.SkipWithError(("cannot read " + path).c_str());
+    state.counters["file_MB"] = static_cast<double>(filesize(path)) / 1e6;
+    state.counters["peak_MB"] = f.peak / 1e6;
+    state.counters["scene_rss_MB"] = f.rss / 1e6;
+    state.counters["scene_heap_MB"] = f.heap / 1e6;
+    state.counters["peak_per_scene"] = f.rss > 0 ? f.peak / f.rss : 0.0;
+}
+
+// Read by the strict reader and, for scale, by the lenient load.
+void BM_ReadFinalePeak(benchmark::State& state) { memory(state, finalefile(static_cast<std::size_t>(state.range(0))), true); }
+void BM_LoadFinalePeak(benchmark::State& state) { memory(state, finalefile(static_cast<std::size_t>(state.range(0))), false); }
+BENCHMARK(BM_ReadFinalePeak)->Arg(1)->Arg(10)->Iterations(3)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_LoadFinalePeak)->Arg(10)->Iterations(3)->UseManualTime()->Unit(benchmark::kMillisecond);
+
 } // namespace
 
 int main(int argc, char** argv)
 {
+    if (argc == 4 && std::string(argv[1]) == "--measure-read")
+        return measureread(argv[2], argv[3]);
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv))
         return 1;
+    if (const char* scene = std::getenv("VEXLOR_BENCH_SCENE")) {
+        const std::string path = scene;
+        benchmark::RegisterBenchmark("BM_ReadScenePeak", [path](benchmark::State& state) { memory(state, path, true); })
+            ->Iterations(1)->UseManualTime()->Unit(benchmark::kMillisecond);
+    }
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();
     std::remove(susukifile().c_str());
+    for (std::size_t shells : {1, 10})
+        std::remove(("/tmp/bench_firework_" + std::to_string(getpid()) + "_" + std::to_string(shells) + ".scene").c_str());
     return 0;
 }

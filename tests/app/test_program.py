@@ -163,6 +163,24 @@ class Scenes(unittest.TestCase):
                 self.assertEqual(p.wait(10), 1)
                 self.assertEqual(own(p.stderr()), "")
 
+    def test_scene_plays_under_a_decimal_comma_locale(self):
+        # The viewer runs under the user's locale, where C's strtod reads
+        # "0.95" as 0; the scene's numbers must still mean a point. A strict
+        # reader misled so would refuse the file.
+        if "de_DE.utf8" not in subprocess.run(["locale", "-a"], capture_output=True, text=True).stdout:
+            self.skipTest("de_DE.UTF-8 is not installed (the CTest fixture "
+                          "tests/support/decimal-comma-locale makes it as root)")
+        with tempfile.TemporaryDirectory() as tmp:
+            scene = os.path.join(tmp, "single.scene")
+            subprocess.run([SCENE_BIN, "make", "single", scene], check=True)
+            with open(scene, "rb") as f:
+                self.assertIn(b".", f.read(), "the show has no fractional numbers to misread")
+            with Program(BIN, [scene], audio="dummy", extra_env={"LC_ALL": "de_DE.UTF-8"}) as p:
+                self.assertIsNotNone(p.wait_window(), p.stderr())
+                sleep_until(p.started + 3.5)
+                self.assertGreater(p.screenshot().count_brighter(BRIGHT), 200)
+                self.assertEqual(own(p.stderr()), "")
+
     def refused(self, path):
         with Program(BIN, [path], audio="dummy") as p:
             return p.wait(10), own(p.stderr())
@@ -185,10 +203,17 @@ class Scenes(unittest.TestCase):
             # A count far beyond what the file holds.
             with open(huge, "wb") as f:
                 f.write(b"4000000000\r\n")
-            for path, line in ((broken, 3), (huge, 1)):
+            # A fuse that is no number (the lenient loader took it).
+            nanfuse = os.path.join(tmp, "nan.scene")
+            lines[2], lines[4] = b"pos3(0, 0, 0)", b"nan"
+            with open(nanfuse, "wb") as f:
+                f.write(b"\r\n".join(lines))
+            for path, line in ((broken, 3), (huge, 1), (nanfuse, 5)):
                 status, err = self.refused(path)
                 self.assertEqual(status, 1)
                 self.assertTrue(err.startswith(f"{path}:{line}:"), err)
+                self.assertEqual(err.count("\n"), 1, err)
+            self.assertIn('expected the fuse as a finite decimal number, found "nan"', err)
 
 
 class Process(unittest.TestCase):

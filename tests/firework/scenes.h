@@ -3,7 +3,9 @@
 
 #include "firework/firework.h"
 
+#include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -14,6 +16,35 @@ namespace scenes {
 
 inline bool same(const geokit::color3a_t& a, const geokit::color3a_t& b)
 { return a.r == b.r && a.g == b.g && a.b == b.b && a.a == b.a; }
+
+// Bit for bit (so -0 is not 0), flags included.
+template <typename T> bool bits(const T& a, const T& b) { return std::memcmp(&a, &b, sizeof(T)) == 0; }
+
+inline bool identical(const std::vector<vexlor::firework_t>& a, const std::vector<vexlor::firework_t>& b)
+{
+    const auto films = [](const vexlor::powder_t& p, const vexlor::powder_t& q) {
+        return std::equal(p.films.begin(), p.films.end(), q.films.begin(), q.films.end(),
+                          [](const vexlor::film_t& f, const vexlor::film_t& g) {
+                              return bits(f.duration, g.duration) && bits(f.from, g.from) && bits(f.to, g.to);
+                          });
+    };
+    const auto powders = [&](const vexlor::fire_t& f, const vexlor::fire_t& g) {
+        return std::equal(f.powders.begin(), f.powders.end(), g.powders.begin(), g.powders.end(),
+                          [&](const vexlor::powder_t& p, const vexlor::powder_t& q) {
+                              return bits(p.delay, q.delay) && bits(p.size, q.size) && bits(p.drag, q.drag)
+                                  && films(p, q);
+                          });
+    };
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [&](const vexlor::firework_t& f, const vexlor::firework_t& g) {
+        return f.launched == g.launched && f.exploded == g.exploded && bits(f.time, g.time)
+            && bits(f.position, g.position) && bits(f.velocity, g.velocity) && bits(f.fuse, g.fuse)
+            && bits(f.size, g.size) && bits(f.drag, g.drag) && bits(f.color, g.color)
+            && std::equal(f.fires.begin(), f.fires.end(), g.fires.begin(), g.fires.end(),
+                          [&](const vexlor::fire_t& x, const vexlor::fire_t& y) {
+                              return bits(x.direction, y.direction) && bits(x.speed, y.speed) && powders(x, y);
+                          });
+    });
+}
 
 // A shell at the origin going straight up at 10 with no drag: it bursts
 // after `fuse` seconds at height 10 fuse - 4.9 fuse^2.

@@ -1,7 +1,10 @@
 // The typed text form: exact writer output and the stream's format state,
 // lenient readers, round trips, checked type words in composites, the
-// deliberate non-round-trips, type tags and tagged values.
+// deliberate non-round-trips, type tags and tagged values; the strict
+// parser of whole values.
 #include "expect_geo.h"
+
+#include "geometry/textparse.h"
 
 #include <cstring>
 #include <sstream>
@@ -264,4 +267,35 @@ TEST(StreamType, TaggedValues) {
     EXPECT_TRUE(r[2].type == mt_none && r[3].type == mt_none);
     EXPECT_TRUE(r[4].type == mt_projection && r[4].projection.bottom == -2 &&
                 r[4].projection.far == 9);
+}
+
+TEST(StrictText, WholeValuesOnlyAndTheLenientReadersAgree) {
+    // Accepted: the writers' own text, and blanks, signs and exponents.
+    const char* const positions[] = {"pos3(1.000000, 2.500000, -3.000000)", "pos3(1,2.5,-3)",
+                                     "pos3( +1 ,\t25e-1 , -3. )", "pos3(.1e1, 2.50, -0.3E+1)"};
+    for (const char* s : positions) {
+        position3_t strict{};
+        ASSERT_TRUE(parsetext(s, strict)) << s;
+        expect_xyz(strict, 1, 2.5f, -3);
+        const position3_t lenient = read_as<position3_t>(s);
+        EXPECT_EQ(std::memcmp(&strict, &lenient, sizeof strict), 0) << s;
+    }
+    projection_t p{};
+    ASSERT_TRUE(parsetext("projection(-1, 1, -0.5, 0.5, 0.1, 1000.1)", p));
+    EXPECT_TRUE(p.near == 0.1 && p.far == 1000.1); // doubles, not floats widened
+    color3a_t c{};
+    EXPECT_TRUE(parsetext("col3a(1, 0.5, 0, 0.75)", c) && c.g == 0.5f && c.a == 0.75f);
+    texcoord1_t t{};
+    EXPECT_TRUE(parsetext("txc1(-2)", t) && t.s == -2.0f);
+
+    // Refused: anything but one complete value of the type named.
+    const char* const refused[] = {
+        "pos3(1, 2, 3",   "pos3(1, 2, 3) ",  " pos3(1, 2, 3)", "pos3 (1, 2, 3)", "dir3(1, 2, 3)", "(1, 2, 3)",
+        "pos3(1, 2)",     "pos3(1, 2, 3, 4)", "pos3(1,, 3)",   "pos3(1; 2; 3)", "pos3(1, nan, 3)", "pos3(inf, 2, 3)",
+        "pos3(1e39, 2, 3)", "pos3(0x1, 2, 3)", "pos3(1, 2, 3))", "pos3(1 2, 3)", "pos3(+-1, 2, 3)", "pos3()",
+        "pos3",           "",                 "pos3(1, 2, 3)\n", "pos3(1,\n2, 3)"};
+    for (const char* s : refused) {
+        position3_t v{};
+        EXPECT_FALSE(parsetext(s, v)) << s;
+    }
 }

@@ -11,11 +11,12 @@ namespace {
 
 struct result_t { int status; std::string out, err; };
 
-// Runs the tool with the given arguments (no quoting needed for them).
-result_t run(const tempdir& dir, const std::string& arguments)
+// Runs the tool with the given arguments (no quoting needed for them),
+// in the given environment settings ("NAME=value ...").
+result_t run(const tempdir& dir, const std::string& arguments, const std::string& environment = "")
 {
     const std::string out = dir.path + "/stdout", err = dir.path + "/stderr";
-    const int raw = std::system((std::string(SCENETOOL) + " " + arguments + " >" + out + " 2>" + err).c_str());
+    const int raw = std::system((environment + " " + SCENETOOL + " " + arguments + " >" + out + " 2>" + err).c_str());
     return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, tempdir::read(out), tempdir::read(err)};
 }
 
@@ -38,10 +39,13 @@ TEST(SceneTool, MakeCheckInfoHelpAndUsage)
     // last spark (lit 2 + 10 s in) has glowed for 0.25 s; at 60 frames a
     // second the first frame with nine sparks and the star lit behind every
     // star comes half a second after the burst.
-    const result_t info = run(dir, "info " + dir.path + "/susuki.scene");
-    EXPECT_EQ(info.status, 0);
-    EXPECT_EQ(info.out, "fireworks: 1\nfires: 176\npowders: 56496\nfilms: 56496\npoints reserved: 56496\n"
-                        "length: 12.250 s\nlargest frame: 1760 points at 2.500 s\nsounds: 2\n");
+    // The same under a decimal-comma locale (made by the test fixture).
+    for (const char* environment : {"", "LC_ALL=de_DE.UTF-8"}) {
+        const result_t info = run(dir, "info " + dir.path + "/susuki.scene", environment);
+        EXPECT_EQ(info.status, 0);
+        EXPECT_EQ(info.out, "fireworks: 1\nfires: 176\npowders: 56496\nfilms: 56496\npoints reserved: 56496\n"
+                            "length: 12.250 s\nlargest frame: 1760 points at 2.500 s\nsounds: 2\n") << environment;
+    }
 
     const result_t help = run(dir, "--help");
     EXPECT_TRUE(help.status == 0 && help.out.rfind("Usage: vexlor-scene make SHOW FILE\n", 0) == 0);
@@ -56,5 +60,5 @@ TEST(SceneTool, MakeCheckInfoHelpAndUsage)
                                                          "col3a(1, 1, 1, 1)\r\n0\r\n");
     const result_t checked = run(dir, "info " + broken); // info checks first: load would hang on this file
     EXPECT_TRUE(checked.status == 1 && checked.out.empty());
-    EXPECT_EQ(checked.err, broken + ":3: the launch position needs a value like pos3(x, y, z)\n");
+    EXPECT_EQ(checked.err, broken + ":3: expected the launch position as pos3(x, y, z), found \"1, 2, 3\"\n");
 }

@@ -5,7 +5,7 @@
 #include "firework/evaluate.h"
 #include "firework/loadsave.h"
 #include "firework/sample.h"
-#include "firework/scenecheck.h"
+#include "firework/scenereader.h"
 #include "firework/sceneinfo.h"
 
 #include <cstdio>
@@ -80,25 +80,27 @@ int make(const char* name, const char* path)
                  + "\" (choose single, simple, random, miniexhibition, blink or susuki)");
 }
 
-int check(const char* path)
+// The viewer's own reader: what passes here, the viewer plays.
+bool read(const char* path, std::vector<firework_t>& scene)
 {
     std::string message;
-    if (!vexlor::check(path, message)) {
-        std::cerr << message << std::endl;
-        return 1;
-    }
-    return 0;
+    if (vexlor::readscene(path, scene, message))
+        return true;
+    std::cerr << message << std::endl;
+    return false;
+}
+
+int check(const char* path)
+{
+    std::vector<firework_t> scene;
+    return read(path, scene) ? 0 : 1;
 }
 
 int info(const char* path)
 {
-    if (const int status = check(path); status != 0)
-        return status;
     std::vector<firework_t> scene;
-    if (!vexlor::load(path, scene)) {
-        std::cerr << path << ": cannot load the scene" << std::endl;
+    if (!read(path, scene))
         return 1;
-    }
     const vexlor::scenecounts_t counts = vexlor::countscene(scene);
     std::cout << "fireworks: " << counts.fireworks << '\n'
               << "fires: " << counts.fires << '\n'
