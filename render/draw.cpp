@@ -1,6 +1,6 @@
 // Point sprites: the vertex shader turns a size in eye-space units into the
 // sprite's size (its projected extent in normalised device units, used as
-// pixels); the fragment shader modulates the vertex colour by the sprite.
+// pixels); the fragment shader shades the vertex colour by the sprite's disc.
 #include "render/draw.h"
 
 #include "glload/glextloader.h"
@@ -20,6 +20,7 @@ layout(location = 2) in vec4 Color;
 uniform mat4 ModelviewMtx;
 uniform mat4 Projection;
 out vec4 vertexColor;
+flat out float spriteSize;
 void main()
 {
     vec4 eye = vec4(Position, 1.0) * ModelviewMtx;
@@ -31,16 +32,28 @@ void main()
     edge = edge / edge.w;
     gl_Position = clip / clip.w;
     gl_PointSize = edge.x - gl_Position.x;
+    spriteSize = max(gl_PointSize, 1.0); // what the rasteriser makes of it
 }
 )";
 
+// Under GL_MAX blending alpha is ignored, so the colour itself follows the
+// sprite's alpha: a soft round dot. The shape is read from the full-size image
+// (a small sprite's mipmap is the disc's average, about half) and taken half a
+// pixel diagonal nearer the centre, so the pixel holding the centre keeps the
+// full colour at any size, and a one-pixel spark is as bright as its colour.
 constexpr char k_fragment_source[] = R"(#version 330
 in vec4 vertexColor;
+flat in float spriteSize;
 layout(location = 0) out vec4 fragmentColor;
 uniform sampler2D Tex;
 void main()
 {
-    fragmentColor = vertexColor * texture(Tex, gl_PointCoord);
+    vec2 d = (gl_PointCoord - 0.5) * spriteSize;
+    float r = length(d);
+    vec2 at = 0.5 + d * (max(r - 0.70710678, 0.0) / max(r, 1e-6)) / spriteSize;
+    float centre = textureLod(Tex, vec2(0.5), 0.0).a;
+    float shade = min(textureLod(Tex, at, 0.0).a / centre, 1.0);
+    fragmentColor = vec4(vertexColor.rgb * shade, vertexColor.a * texture(Tex, gl_PointCoord).a);
 }
 )";
 
