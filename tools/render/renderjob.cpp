@@ -100,7 +100,11 @@ int render(const renderoptions_t& options, renderstats_t& stats)
 
     std::vector<firework_t> scene;
     std::string message;
-    if (!openshow(options.show, scene, message)) return fail(message);
+    // A scene file's problem is told as the checker words it: FILE:LINE: what.
+    if (!openshow(options.show, scene, message)) {
+        std::cerr << message << std::endl;
+        return 1;
+    }
     // The viewer lifts every launch site by 1000 before its first frame.
     for (auto& firework : scene) firework.position.z += 1000.0f;
 
