@@ -31,8 +31,8 @@ constexpr int k_height = 90;
 constexpr int k_fps = 10;
 constexpr int k_background = 46; // 0.18 of 255
 
-// Shell A rises from 0 and bursts at 2 s into one big red star that stays
-// where it burst; two shells B rise together at 4 s and burst at 6 s into
+// Shell A rises from 0 and bursts at 2 s, above the eye, into one big red
+// star that stays where it burst; two shells B rise together at 4 s and burst at 6 s into
 // smaller green stars. Each star glows 5.95 s, so the show ends at 11.95 s,
 // and the sounds (1.6 s long) never overlap: 0, 2, 4 (twice) and 6 s (twice).
 std::vector<firework_t> probescene()
@@ -41,7 +41,7 @@ std::vector<firework_t> probescene()
         return vexlor::fire_t{{0, 0, 0}, 0.0f, {{0.0f, size, 1.0f, {{5.95f, colour, colour}}}}};
     };
     const auto shell = [](float time, float x, vexlor::fire_t fire) {
-        return firework_t{false, false, time, {x, 0, 0}, {0, 0, 15}, 2.0f, 1.0f, 1.0f, {1, 1, 1, 1}, {fire}};
+        return firework_t{false, false, time, {x, 0, 0}, {0, 0, 20}, 2.0f, 1.0f, 1.0f, {1, 1, 1, 1}, {fire}};
     };
     return {shell(0.0f, 0.0f, star(700.0f, {1, 0, 0, 1})), shell(4.0f, -30.0f, star(300.0f, {0, 1, 0, 1})),
             shell(4.0f, 30.0f, star(300.0f, {0, 1, 0, 1}))};
@@ -309,22 +309,63 @@ TEST_F(Render, TrailsKeepWhatEarlierFramesDrew)
     EXPECT_LE(readpng(frame("full", 9).string()).lit(), 2);
 }
 
-TEST_F(Render, AnMp4ThatFfprobeReads)
+// The big red star's centre after the burst: the centroid of its redness.
+std::pair<int, int> redcentre(const image_t& image)
+{
+    double sx = 0, sy = 0, sum = 0;
+    for (int y = 0; y < image.height; ++y)
+        for (int x = 0; x < image.width; ++x) {
+            const int red = image.at(x, y)[0] - image.at(x, y)[1];
+            if (red < 40) continue;
+            sx += red * x;
+            sy += red * y;
+            sum += red;
+        }
+    if (sum == 0) return {-1, -1};
+    return {static_cast<int>(std::lround(sx / sum)), static_cast<int>(std::lround(sy / sum))};
+}
+
+TEST_F(Render, Mp4sThatFfprobeReadsShowingWhatThePngsShow)
 {
     if (std::system("command -v ffprobe >/dev/null 2>&1") != 0) GTEST_SKIP() << "no ffprobe";
-    const std::string out = s_dir->path + "/show.mp4";
-    ASSERT_EQ(run(*s_dir, s_scene + " -o " + out + " --size 160x90 --fps 30 --to 1.5 --quiet").status, 0);
-    const std::string probe = s_dir->path + "/probe.txt";
-    std::system(("ffprobe -v error -show_entries stream=codec_type,codec_name,width,height,r_frame_rate"
-                 ":format=duration -of default=noprint_wrappers=1 " + out + " >" + probe).c_str());
-    const std::string text = tempdir::read(probe);
-    for (const char* line : {"codec_name=h264", "width=160", "height=90", "r_frame_rate=30/1",
-                             "codec_type=audio", "codec_name=aac"})
-        EXPECT_NE(text.find(line), std::string::npos) << line << " in\n" << text;
-    const auto at = text.find("duration=");
-    ASSERT_NE(at, std::string::npos);
-    EXPECT_NEAR(std::stod(text.substr(at + 9)), 1.5, 0.05);
-    // Nothing temporary is left beside it.
+    ASSERT_EQ(s_full, 0);
+    const auto [cx, cy] = redcentre(readpng(frame("full", 21).string()));
+    // 160 wide: converted to NV12 on the GPU; 162 wide: sent as RGBA.
+    for (const int width : {160, 162}) {
+        const std::string out = s_dir->path + "/show" + std::to_string(width) + ".mp4";
+        ASSERT_EQ(run(*s_dir, s_scene + " -o " + out + " --size " + std::to_string(width) +
+                                  "x90 --fps 10 --to 2.5 --quiet").status, 0);
+        const std::string probe = s_dir->path + "/probe.txt";
+        std::system(("ffprobe -v error -show_entries stream=codec_type,codec_name,width,height,r_frame_rate"
+                     ":format=duration -of default=noprint_wrappers=1 " + out + " >" + probe).c_str());
+        const std::string text = tempdir::read(probe);
+        for (const std::string& line : std::vector<std::string>{"codec_name=h264", "width=" + std::to_string(width),
+                                                                "height=90", "r_frame_rate=10/1",
+                                                                "codec_type=audio", "codec_name=aac"})
+            EXPECT_NE(text.find(line), std::string::npos) << line << " in\n" << text;
+        const auto at = text.find("duration=");
+        ASSERT_NE(at, std::string::npos);
+        EXPECT_NEAR(std::stod(text.substr(at + 9)), 2.5, 0.05);
+
+        // Frame 21, upright and in its colours, where the PNG has it.
+        // Raw RGB, not PNG: ffmpeg would tag a PNG with the video's gamma.
+        const std::string still = s_dir->path + "/still.rgb";
+        std::system(("ffmpeg -v error -y -i " + out + " -vf 'select=eq(n\\,21)' -frames:v 1 -f rawvideo "
+                     "-pix_fmt rgb24 " + still).c_str());
+        image_t image;
+        image.width = width;
+        image.height = 90;
+        const std::string raw = tempdir::read(still);
+        image.rgb.assign(raw.begin(), raw.end());
+        ASSERT_EQ(image.rgb.size(), static_cast<std::size_t>(width) * 90 * 3);
+        const auto [x, y] = redcentre(image);
+        EXPECT_NEAR(x, cx + (width - 160) / 2, 1) << width;
+        EXPECT_NEAR(y, cy, 1) << width;
+        EXPECT_GT(image.at(x, y)[0], 200) << width;
+        EXPECT_LT(image.at(x, y)[1], 80) << width;
+        EXPECT_NEAR(image.at(2, 2)[1], k_background, 3) << "the background's grey";
+    }
+    // Nothing temporary is left beside them.
     for (const auto& entry : fs::directory_iterator(s_dir->path))
         EXPECT_EQ(entry.path().filename().string().find(".partial"), std::string::npos) << entry.path();
 }

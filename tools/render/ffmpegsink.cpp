@@ -70,11 +70,14 @@ public:
         return spawn(message);
     }
 
-    bool wantsyuv() const override { return true; }
+    // The GPU packs four bytes a texel, so NV12 needs a width that is a
+    // multiple of 4; other widths go as RGBA and ffmpeg converts them.
+    bool wantsyuv() const override { return m_format.width % 4 == 0; }
 
     bool frame(const unsigned char* pixels, std::string& message) override
     {
-        const std::size_t bytes = static_cast<std::size_t>(m_format.width) * m_format.height * 3 / 2;
+        const std::size_t pixels_ = static_cast<std::size_t>(m_format.width) * m_format.height;
+        const std::size_t bytes = wantsyuv() ? pixels_ * 3 / 2 : pixels_ * 4;
         std::size_t done = 0;
         while (done < bytes) {
             const ssize_t sent = write(m_pipe, pixels + done, bytes - done);
@@ -137,14 +140,19 @@ private:
     {
         std::vector<std::string> args{
             m_program, "-hide_banner", "-nostats", "-loglevel", "error", "-y",
-            "-f", "rawvideo", "-pixel_format", "nv12", "-colorspace", "bt709",
-            "-color_primaries", "bt709", "-color_trc", "bt709", "-color_range", "tv",
+            "-f", "rawvideo", "-pixel_format", wantsyuv() ? "nv12" : "rgba",
             "-video_size", std::to_string(m_format.width) + "x" + std::to_string(m_format.height),
             "-framerate", number(m_format.fps), "-i", "pipe:0",
-            "-i", m_sound.string(), "-map", "0:v:0", "-map", "1:a:0", "-pix_fmt", m_kind == outputkind_t::mp4 ? "nv12" : "yuv420p"};
+            "-i", m_sound.string(), "-map", "0:v:0", "-map", "1:a:0",
+            "-colorspace", "bt709", "-color_primaries", "bt709", "-color_trc", "bt709", "-color_range", "tv"};
+        if (!wantsyuv()) {
+            // RGBA comes bottom row first.
+            args.insert(args.end(), {"-vf", "vflip,scale=out_color_matrix=bt709:out_range=tv"});
+        }
+        args.insert(args.end(), {"-pix_fmt", m_kind == outputkind_t::mp4 && wantsyuv() ? "nv12" : "yuv420p"});
         const std::vector<std::string> codecs =
             m_kind == outputkind_t::mp4
-                ? std::vector<std::string>{"-c:v", "libx264", "-preset", "superfast", "-crf", "20",
+                ? std::vector<std::string>{"-c:v", "libx264", "-preset", "ultrafast", "-crf", "20",
                                            "-c:a", "aac", "-b:a", "192k", "-movflags", "+faststart",
                                            "-f", "mp4"}
                 : std::vector<std::string>{"-c:v", "libvpx-vp9", "-crf", "32", "-b:v", "0",

@@ -95,9 +95,6 @@ void setframehook(framehook_t hook)
 
 int render(const renderoptions_t& options, renderstats_t& stats)
 {
-    const auto start = clock_t_::now();
-    stats = renderstats_t{};
-
     std::vector<firework_t> scene;
     std::string message;
     // A scene file's problem is told as the checker words it: FILE:LINE: what.
@@ -105,6 +102,15 @@ int render(const renderoptions_t& options, renderstats_t& stats)
         std::cerr << message << std::endl;
         return 1;
     }
+    return render(options, std::move(scene), stats);
+}
+
+int render(const renderoptions_t& options, std::vector<firework_t> scene, renderstats_t& stats)
+{
+    const auto start = clock_t_::now();
+    stats = renderstats_t{};
+    std::string message;
+
     // The viewer lifts every launch site by 1000 before its first frame.
     for (auto& firework : scene) firework.position.z += 1000.0f;
 

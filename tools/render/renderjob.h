@@ -3,8 +3,11 @@
 // into an offscreen framebuffer, read back and handed to the output.
 #pragma once
 
+#include "firework/firework.h"
+
 #include <cstddef>
 #include <string>
+#include <vector>
 
 namespace vexlor {
 
@@ -33,7 +36,6 @@ struct renderstats_t {
     double draw = 0.0;      // issuing the frame's GL work
     double readback = 0.0;  // waiting for the pixels
     double encode = 0.0;    // handing frames to the output, and finishing it
-    std::size_t allocations = 0; // not measured here; the benchmark fills it
 };
 
 // Asks a running render to stop (safe in a signal handler).
@@ -41,6 +43,10 @@ void stoprender();
 
 // Exit status: 0 done, 1 failed (one line on standard error), 130 stopped.
 int render(const renderoptions_t& options, renderstats_t& stats);
+
+// The same for a scene already made (as loaded, before the viewer's lift);
+// `options.show` only names it in messages.
+int render(const renderoptions_t& options, std::vector<firework_t> scene, renderstats_t& stats);
 
 // Called after each frame, for measuring; nothing by default.
 using framehook_t = void (*)(std::size_t frame);

@@ -18,7 +18,7 @@ public:
     yuvpass_t(const yuvpass_t&) = delete;
     yuvpass_t& operator=(const yuvpass_t&) = delete;
 
-    // For frames of an even width and height.
+    // For frames whose width is a multiple of 4 and whose height is even.
     bool Init(int width, int height);
     // Converts `source` (a texture of the frame's size) into the two planes.
     void Draw(GLuint source);
@@ -34,6 +34,7 @@ private:
         GLint model = -1;
         GLint proj = -1;
         GLint tex = -1;
+        GLint size = -1;
         GLuint framebuffer = 0;
         GLuint texture = 0;
     };
