@@ -32,9 +32,10 @@ constexpr int k_fps = 10;
 constexpr int k_background = 46; // 0.18 of 255
 
 // Shell A rises from 0 and bursts at 2 s, above the eye, into one big red
-// star that stays where it burst; two shells B rise together at 4 s and burst at 6 s into
-// smaller green stars. Each star glows 5.95 s, so the show ends at 11.95 s,
-// and the sounds (1.6 s long) never overlap: 0, 2, 4 (twice) and 6 s (twice).
+// star that stays where it burst; two shells B rise together at 4 s and
+// burst at 6 s into smaller green stars. Each star glows 5.95 s, so the show
+// ends at 11.95 s, and the sounds (1.6 s long) never overlap: 0, 2, 4 (twice)
+// and 6 s (twice).
 std::vector<firework_t> probescene()
 {
     const auto star = [](float size, geokit::color3a_t colour) {

@@ -22,7 +22,8 @@ class pngsink_t : public framesink_t {
 public:
     pngsink_t(fs::path target, fs::path partial, const sinkformat_t& format)
         : m_target(std::move(target)), m_partial(std::move(partial)), m_format(format),
-          m_rows(static_cast<std::size_t>(format.height))
+          m_rows(static_cast<std::size_t>(format.height)),
+          m_path((m_partial / framename(0)).string())
     {
     }
     ~pngsink_t() override
@@ -39,10 +40,14 @@ public:
 
     bool frame(const unsigned char* pixels, std::string& message) override
     {
-        const fs::path path = m_partial / framename(m_count);
-        FILE* file = std::fopen(path.c_str(), "wb");
+        // The name's digits are rewritten in place: no allocation per frame.
+        // framename's six digits before ".png"; a render has fewer than a million frames.
+        char digits[32];
+        std::snprintf(digits, sizeof digits, "%06zu", m_count);
+        m_path.replace(m_path.size() - 10, 6, digits);
+        FILE* file = std::fopen(m_path.c_str(), "wb");
         if (!file) {
-            message = path.string() + ": " + std::strerror(errno);
+            message = m_path + ": " + std::strerror(errno);
             return false;
         }
         // GL's rows start at the bottom, PNG's at the top.
@@ -52,7 +57,7 @@ public:
         const bool written = write(file);
         const bool closed = std::fclose(file) == 0;
         if (!written || !closed) {
-            message = path.string() + ": cannot write the frame";
+            message = m_path + ": cannot write the frame";
             return false;
         }
         ++m_count;
@@ -116,6 +121,7 @@ private:
     fs::path m_partial;
     sinkformat_t m_format;
     std::vector<png_bytep> m_rows;
+    std::string m_path; // of the frame being written
     std::size_t m_count = 0;
     bool m_done = false;
 };
