@@ -32,11 +32,11 @@ constexpr int k_stopped = 130;
 volatile std::sig_atomic_t g_stop = 0;
 framehook_t g_hook = nullptr;
 
-using clock_t_ = std::chrono::steady_clock;
+using steady = std::chrono::steady_clock;
 
-double since(clock_t_::time_point start)
+double since(steady::time_point start)
 {
-    return std::chrono::duration<double>(clock_t_::now() - start).count();
+    return std::chrono::duration<double>(steady::now() - start).count();
 }
 
 int fail(const std::string& message)
@@ -107,7 +107,7 @@ int render(const renderoptions_t& options, renderstats_t& stats)
 
 int render(const renderoptions_t& options, std::vector<firework_t> scene, renderstats_t& stats)
 {
-    const auto start = clock_t_::now();
+    const auto start = steady::now();
     stats = renderstats_t{};
     std::string message;
 
@@ -120,8 +120,9 @@ int render(const renderoptions_t& options, std::vector<firework_t> scene, render
 
     // Frames and sounds, before anything is drawn.
     const showscan_t scan = scanshow(scene, options.from, options.to, options.fps, k_longestrender);
-    if (scan.largest == 0)
-        return fail(options.show + ": nothing to draw from " + std::to_string(options.from) + " s on");
+    char from[32];
+    std::snprintf(from, sizeof from, "%g", options.from);
+    if (scan.largest == 0) return fail(options.show + ": nothing to draw from " + from + " s on");
     if (options.to <= options.from && !scan.ends)
         return fail(options.show + ": the show runs longer than " + std::to_string(int(k_longestrender)) +
                     " s; choose an end with --to");
@@ -158,29 +159,29 @@ int render(const renderoptions_t& options, std::vector<firework_t> scene, render
     progress_t progress(!options.quiet && isatty(STDERR_FILENO), frames);
 
     const auto handout = [&](const unsigned char* pixels) {
-        const auto begin = clock_t_::now();
+        const auto begin = steady::now();
         const bool ok = pixels && sink->frame(pixels, message);
         stats.encode += since(begin);
         if (!pixels) message = "cannot read the frame back from GL";
         return ok;
     };
 
-    const auto drawing = clock_t_::now();
+    const auto drawing = steady::now();
     bool ok = true;
     for (std::size_t k = 0; k < frames && ok; ++k) {
         if (g_stop) break;
-        auto begin = clock_t_::now();
+        auto begin = steady::now();
         evaluator.evaluate(scene, frametime(options.from, options.fps, k), points, silent);
         stats.evaluate += since(begin);
 
-        begin = clock_t_::now();
+        begin = steady::now();
         frame.Update(points.data(), points.size());
         frame.Draw(target.framebuffer());
         target.Read();
         stats.draw += since(begin);
 
         // The frame before this one is handed out while this one draws.
-        begin = clock_t_::now();
+        begin = steady::now();
         const unsigned char* previous = target.MapPrevious();
         stats.readback += since(begin);
         if (k > 0) ok = handout(previous);
@@ -192,7 +193,7 @@ int render(const renderoptions_t& options, std::vector<firework_t> scene, render
         progress.update(k, since(drawing));
     }
     if (ok && !g_stop && frames > 0) {
-        auto begin = clock_t_::now();
+        auto begin = steady::now();
         const unsigned char* last = target.MapLatest();
         stats.readback += since(begin);
         ok = handout(last);
@@ -210,7 +211,7 @@ int render(const renderoptions_t& options, std::vector<firework_t> scene, render
         return k_stopped;
     }
     if (ok) {
-        const auto begin = clock_t_::now();
+        const auto begin = steady::now();
         ok = sink->finish(message);
         stats.encode += since(begin);
     }
