@@ -192,6 +192,10 @@ TEST_F(Render, TheShellRisesAloneUntilItsBurstThenTheStarIsARoundSoftDot)
     ASSERT_EQ(before.height, k_height);
     EXPECT_GE(before.lit(), 1) << "the rising shell";
     EXPECT_LE(before.lit(), 2) << "nothing but the rising shell";
+    int brightest = 0;
+    for (int y = 0; y < before.height; ++y)
+        for (int x = 0; x < before.width; ++x) brightest = std::max<int>(brightest, before.at(x, y)[2]);
+    EXPECT_EQ(brightest, 255) << "a spark smaller than a pixel keeps its full colour";
     EXPECT_GT(after.lit(), 150) << "the burst's star";
 
     // The star: its brightest pixel is its centre; every channel but red is
