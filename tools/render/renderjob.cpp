@@ -177,11 +177,11 @@ int render(const renderoptions_t& options, std::vector<firework_t> scene, render
         begin = steady::now();
         frame.Update(points.data(), points.size());
         frame.Draw(target.framebuffer());
-        target.Read();
         stats.draw += since(begin);
 
         // The frame before this one is handed out while this one draws.
         begin = steady::now();
+        target.Read();
         const unsigned char* previous = target.MapPrevious();
         stats.readback += since(begin);
         if (k > 0) ok = handout(previous);

@@ -34,7 +34,8 @@ struct renderstats_t {
     double scan = 0.0;      // the evaluation ahead of drawing, and the sound track
     double evaluate = 0.0;  // the evaluation while drawing
     double draw = 0.0;      // issuing the frame's GL work
-    double readback = 0.0;  // waiting for the pixels
+    double readback = 0.0;  // starting the read of a frame, mapping the one before
+                            // (a software renderer draws when the read forces it)
     double encode = 0.0;    // handing frames to the output, and finishing it
 };
 
