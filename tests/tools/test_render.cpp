@@ -398,6 +398,8 @@ TEST_F(Render, BadInputsGiveOneLineAndAStatus)
         {"single -o " + mp4 + " --from 5 --to 3", "", 2, "--to"},
         {"single -o " + mp4 + " --size 161x90", "", 2, "even"},
         {"single", "", 2, "--output"},
+        {"-o " + mp4, "", 2, "SHOW"},
+        {"single -o " + mp4 + " --bogus", "", 2, "--bogus"},
         {"single -o /nonexistent/dir/out.mp4 --size 64x36", "", 1, "/nonexistent/dir/out.mp4"},
         {"single -o /nonexistent/dir/ --size 64x36", "", 1, "/nonexistent/dir/"},
         {broken + " -o " + mp4, "", 1, broken + ":1: "},
@@ -415,6 +417,8 @@ TEST_F(Render, BadInputsGiveOneLineAndAStatus)
         if (std::getenv("VEXLOR_SHOW_MESSAGES")) std::cout << r.err;
     }
     EXPECT_FALSE(fs::exists(mp4)) << "no output from a failed render";
+    EXPECT_EQ(run(*s_dir, "--help").status, 0);
+    EXPECT_EQ(run(*s_dir, "--version").status, 0);
     EXPECT_FALSE(fs::exists(s_dir->path + "/noegl"));
     for (const auto& entry : fs::directory_iterator(s_dir->path))
         EXPECT_EQ(entry.path().filename().string().find(".partial"), std::string::npos) << entry.path();
