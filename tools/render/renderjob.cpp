@@ -122,8 +122,10 @@ int render(const renderoptions_t& options, std::vector<firework_t> scene, render
     const showscan_t scan = scanshow(scene, options.from, options.to, options.fps, k_longestrender);
     char from[32];
     std::snprintf(from, sizeof from, "%g", options.from);
-    if (scan.largest == 0) return fail(options.show + ": nothing to draw from " + from + " s on");
-    if (options.to <= options.from && !scan.ends)
+    // A span asked for is rendered even when empty; without one, the show must end.
+    const bool bounded = options.to > options.from;
+    if (!bounded && scan.largest == 0) return fail(options.show + ": nothing to draw from " + from + " s on");
+    if (!bounded && !scan.ends)
         return fail(options.show + ": the show runs longer than " + std::to_string(int(k_longestrender)) +
                     " s; choose an end with --to");
     const std::size_t frames = scan.frames;
@@ -223,8 +225,8 @@ int render(const renderoptions_t& options, std::vector<firework_t> scene, render
 
     const double length = frames / options.fps;
     char summary[256];
-    std::snprintf(summary, sizeof summary, "%zu frames, %.2f s of show at %dx%d, %g fps, in %.1f s (%.1f fps)",
-                  frames, length, options.width, options.height, options.fps, stats.seconds,
+    std::snprintf(summary, sizeof summary, "%zu %s, %.2f s of show at %dx%d, %g fps, in %.1f s (%.1f fps)",
+                  frames, frames == 1 ? "frame" : "frames", length, options.width, options.height, options.fps, stats.seconds,
                   stats.seconds > 0 ? frames / stats.seconds : 0.0);
     std::cerr << k_program << ": " << options.output << ": " << summary << std::endl;
     return 0;
