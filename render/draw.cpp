@@ -41,19 +41,21 @@ void main()
 // (a small sprite's mipmap is the disc's average, about half) and taken half a
 // pixel diagonal nearer the centre, so the pixel holding the centre keeps the
 // full colour at any size, and a one-pixel spark is as bright as its colour.
+// "Centre" is the image's alpha there, which counts as full. Alpha follows the
+// same shade; nothing shows it.
 constexpr char k_fragment_source[] = R"(#version 330
 in vec4 vertexColor;
 flat in float spriteSize;
 layout(location = 0) out vec4 fragmentColor;
 uniform sampler2D Tex;
+uniform float Centre;
 void main()
 {
     vec2 d = (gl_PointCoord - 0.5) * spriteSize;
     float r = length(d);
     vec2 at = 0.5 + d * (max(r - 0.70710678, 0.0) / max(r, 1e-6)) / spriteSize;
-    float centre = textureLod(Tex, vec2(0.5), 0.0).a;
-    float shade = min(textureLod(Tex, at, 0.0).a / centre, 1.0);
-    fragmentColor = vec4(vertexColor.rgb * shade, vertexColor.a * texture(Tex, gl_PointCoord).a);
+    float shade = min(textureLod(Tex, at, 0.0).a / Centre, 1.0);
+    fragmentColor = vertexColor * shade;
 }
 )";
 
@@ -74,6 +76,7 @@ void draw_t::Init(std::size_t count)
         m_model_location = m_gl_program.getUniformLocation("ModelviewMtx");
         m_proj_location = m_gl_program.getUniformLocation("Projection");
         m_tex_location = m_gl_program.getUniformLocation("Tex");
+        m_centre_location = m_gl_program.getUniformLocation("Centre");
     }
     glGenVertexArrays(1, &m_vao);
     glGenBuffers(1, &m_vbo);
@@ -85,6 +88,12 @@ void draw_t::Init(std::size_t count)
     // Only needed while the mipmaps are built.
     const auto image = std::make_unique<sprite_image_t>();
     makesprite(*image);
+    // What linear filtering gives at the middle: the mean of the four texels there.
+    const auto alpha = [&](std::size_t row, std::size_t column) {
+        return (*image)[(row * k_sprite_side + column) * 4 + 3];
+    };
+    const std::size_t mid = k_sprite_side / 2;
+    m_centre = (alpha(mid - 1, mid - 1) + alpha(mid - 1, mid) + alpha(mid, mid - 1) + alpha(mid, mid)) / (4.0f * 255.0f);
     glGenTextures(1, &m_texid);
     glBindTexture(GL_TEXTURE_2D, m_texid);
     gluBuild2DMipmaps(GL_TEXTURE_2D, GL_RGBA, k_sprite_side, k_sprite_side, GL_RGBA,
@@ -120,6 +129,7 @@ void draw_t::Draw(std::size_t count, const geokit::matrix3w_t& modelview,
     glUniformMatrix4fv(m_model_location, 1, GL_TRUE, modelview.m);
     glUniformMatrix4fv(m_proj_location, 1, GL_TRUE, projection.m);
     glUniform1i(m_tex_location, 0);
+    glUniform1f(m_centre_location, m_centre);
     glBindVertexArray(m_vao);
     glEnable(GL_POINT_SPRITE);
     glEnable(GL_VERTEX_PROGRAM_POINT_SIZE);
