@@ -139,13 +139,19 @@ int render(const renderoptions_t& options, std::vector<firework_t> scene, render
         mixer.add(burst, std::llround((event.time - options.from) * k_soundrate));
     mixer.limit();
     stats.scan = since(start);
-    if (g_stop) return k_stopped;
+    const auto stopped = [&] {
+        sink->abandon();
+        std::cerr << k_program << ": stopped; " << options.output << " was not written" << std::endl;
+        return k_stopped;
+    };
+    if (g_stop) return stopped();
 
     eglcontext_t context;
     if (!context.Init(message)) return fail(message);
     glload::gl_extloader_init();
     offscreen_t target;
-    if (!target.Init(options.width, options.height, sink->wantsyuv(), message)) return fail(options.output + ": " + message);
+    if (!target.Init(options.width, options.height, sink->wantsyuv(), message))
+        return fail(options.output + ": " + message);
     frame_t frame;
     frame.Init(pointcapacity(scene));
     frame.Reshape(options.width, options.height);
@@ -207,11 +213,7 @@ int render(const renderoptions_t& options, std::vector<firework_t> scene, render
     }
     progress.clear();
 
-    if (g_stop) {
-        sink->abandon();
-        std::cerr << k_program << ": stopped; " << options.output << " was not written" << std::endl;
-        return k_stopped;
-    }
+    if (g_stop) return stopped();
     if (ok) {
         const auto begin = steady::now();
         ok = sink->finish(message);
