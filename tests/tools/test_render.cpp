@@ -4,6 +4,7 @@
 #include "firework/loadsave.h"
 #include "tests/firework/scenes.h"
 #include "tools/render/renderjob.h"
+#include "tools/render/showscan.h"
 #include "tools/render/soundtrack.h"
 
 #include <gtest/gtest.h>
@@ -254,6 +255,32 @@ TEST_F(Render, SoundOnsetsLandOnTheExactSamplesOfLaunchesAndBursts)
     ASSERT_EQ(heard.size(), 4u);
     const double one = energy(heard[0] + 24000, 24000);
     EXPECT_NEAR(energy(heard[2] + 24000, 24000) / one, 2.0, 0.01);
+}
+
+TEST(ShowScan, SoundsAreThoseTheEvaluationAsksForAtTheirOwnTimes)
+{
+    // From 2.5 s: frame 0 asks for A's launch (0 s) and burst (2 s), which
+    // keep their own times, so the burst's tail is heard from the first
+    // sample; B launches at 4 s and bursts at 6 s; C, after the span, is
+    // never asked for.
+    std::vector<firework_t> scene = probescene();
+    scene.pop_back();
+    scene.push_back(scene.back());
+    scene.back().time = 9.0f;
+    const vexlor::showscan_t scan = vexlor::scanshow(scene, 2.5, 7.0, 10.0, 600.0);
+    EXPECT_EQ(scan.frames, 45u);
+    std::vector<std::pair<double, std::size_t>> heard;
+    for (const auto& event : scan.sounds) heard.emplace_back(event.time, event.firework);
+    EXPECT_EQ(heard, (std::vector<std::pair<double, std::size_t>>{{0.0, 0}, {2.0, 0}, {4.0, 1}, {6.0, 1}}));
+    EXPECT_EQ(scan.sounds[1].what, vexlor::sound_t::burst);
+    for (const firework_t& firework : scene) EXPECT_FALSE(firework.launched || firework.exploded);
+
+    // Without an end: the first frame with nothing left after one with points.
+    std::vector<firework_t> probe = probescene();
+    const vexlor::showscan_t run = vexlor::scanshow(probe, 0.0, -1.0, 10.0, 600.0);
+    EXPECT_TRUE(run.ends);
+    EXPECT_EQ(run.frames, 120u);
+    EXPECT_EQ(run.sounds.size(), 6u) << "two launches and two bursts at 4 and 6 s";
 }
 
 TEST(Mixer, ClipsLandWhereTheyAreToldAndTheLimiterKeepsEveryPeakInside)
