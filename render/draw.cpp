@@ -1,6 +1,6 @@
 // Point sprites: the vertex shader turns a size in eye-space units into the
 // sprite's size (its projected extent in normalised device units, used as
-// pixels); the fragment shader modulates the vertex colour by the sprite.
+// pixels); the fragment shader shades the vertex colour by the sprite's disc.
 #include "render/draw.h"
 
 #include "glload/glextloader.h"
@@ -20,6 +20,7 @@ layout(location = 2) in vec4 Color;
 uniform mat4 ModelviewMtx;
 uniform mat4 Projection;
 out vec4 vertexColor;
+flat out float spriteSize;
 void main()
 {
     vec4 eye = vec4(Position, 1.0) * ModelviewMtx;
@@ -31,16 +32,30 @@ void main()
     edge = edge / edge.w;
     gl_Position = clip / clip.w;
     gl_PointSize = edge.x - gl_Position.x;
+    spriteSize = max(gl_PointSize, 1.0); // what the rasteriser makes of it
 }
 )";
 
+// Under GL_MAX blending alpha is ignored, so the colour itself follows the
+// sprite's alpha: a soft round dot. The shape is read from the full-size image
+// (a small sprite's mipmap is the disc's average, about half) and taken half a
+// pixel diagonal nearer the centre, so the pixel holding the centre keeps the
+// full colour at any size, and a one-pixel spark is as bright as its colour.
+// "Centre" is the image's alpha there, which counts as full. Alpha follows the
+// same shade; nothing shows it.
 constexpr char k_fragment_source[] = R"(#version 330
 in vec4 vertexColor;
+flat in float spriteSize;
 layout(location = 0) out vec4 fragmentColor;
 uniform sampler2D Tex;
+uniform float Centre;
 void main()
 {
-    fragmentColor = vertexColor * texture(Tex, gl_PointCoord);
+    vec2 d = (gl_PointCoord - 0.5) * spriteSize;
+    float r = length(d);
+    vec2 at = 0.5 + d * (max(r - 0.70710678, 0.0) / max(r, 1e-6)) / spriteSize;
+    float shade = min(textureLod(Tex, at, 0.0).a / Centre, 1.0);
+    fragmentColor = vertexColor * shade;
 }
 )";
 
@@ -61,6 +76,7 @@ void draw_t::Init(std::size_t count)
         m_model_location = m_gl_program.getUniformLocation("ModelviewMtx");
         m_proj_location = m_gl_program.getUniformLocation("Projection");
         m_tex_location = m_gl_program.getUniformLocation("Tex");
+        m_centre_location = m_gl_program.getUniformLocation("Centre");
     }
     glGenVertexArrays(1, &m_vao);
     glGenBuffers(1, &m_vbo);
@@ -72,6 +88,12 @@ void draw_t::Init(std::size_t count)
     // Only needed while the mipmaps are built.
     const auto image = std::make_unique<sprite_image_t>();
     makesprite(*image);
+    // What linear filtering gives at the middle: the mean of the four texels there.
+    const auto alpha = [&](std::size_t row, std::size_t column) {
+        return (*image)[(row * k_sprite_side + column) * 4 + 3];
+    };
+    const std::size_t mid = k_sprite_side / 2;
+    m_centre = (alpha(mid - 1, mid - 1) + alpha(mid - 1, mid) + alpha(mid, mid - 1) + alpha(mid, mid)) / (4.0f * 255.0f);
     glGenTextures(1, &m_texid);
     glBindTexture(GL_TEXTURE_2D, m_texid);
     gluBuild2DMipmaps(GL_TEXTURE_2D, GL_RGBA, k_sprite_side, k_sprite_side, GL_RGBA,
@@ -107,6 +129,7 @@ void draw_t::Draw(std::size_t count, const geokit::matrix3w_t& modelview,
     glUniformMatrix4fv(m_model_location, 1, GL_TRUE, modelview.m);
     glUniformMatrix4fv(m_proj_location, 1, GL_TRUE, projection.m);
     glUniform1i(m_tex_location, 0);
+    glUniform1f(m_centre_location, m_centre);
     glBindVertexArray(m_vao);
     glEnable(GL_POINT_SPRITE);
     glEnable(GL_VERTEX_PROGRAM_POINT_SIZE);

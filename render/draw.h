@@ -41,6 +41,8 @@ private:
     GLint m_model_location = -1;
     GLint m_proj_location = -1;
     GLint m_tex_location = -1;
+    GLint m_centre_location = -1;
+    float m_centre = 1.0f; // the sprite's alpha at its middle
 };
 
 } // namespace vexlor

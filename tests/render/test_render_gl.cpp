@@ -179,14 +179,20 @@ TEST_F(RenderGl, PointSpriteSizeColourAndMaximumBlend)
     EXPECT_EQ(centre.b, 0);
     EXPECT_GT(centre.a, 200) << "the sprite is opaque in its middle";
 
-    // The sprite covers 16 pixels across, centred.
+    // The sprite covers 16 pixels across, centred, as a round dot whose
+    // brightness falls from the centre to the rim; the corners of its square
+    // stay background.
     int covered = 0;
-    for (int x = 0; x < k_side; ++x) covered += pixel(x, 32).r == 255 ? 1 : 0;
+    for (int x = 0; x < k_side; ++x) covered += pixel(x, 32).r > 0 ? 1 : 0;
     EXPECT_EQ(covered, 16);
     EXPECT_EQ(pixel(32 - 9, 32).r, 0);
     EXPECT_EQ(pixel(32 + 9, 32).r, 0);
-    // The corner of the square lies outside the disc: transparent there.
-    EXPECT_LT(pixel(32 - 8, 32 - 8).a, centre.a / 4);
+    for (int x = 32; x < 32 + 7; ++x) EXPECT_GT(pixel(x, 32).r, pixel(x + 1, 32).r) << x;
+    EXPECT_LT(pixel(32 + 6, 32).r, 180) << "no flat square of full colour";
+    for (const auto& [x, y] : {std::pair{24, 24}, {39, 24}, {24, 39}, {39, 39}, {25, 25}})
+        EXPECT_EQ(pixel(x, y).r, 0) << "corner " << x << "," << y;
+    // Round: as bright along the diagonal as along the axis at the same distance.
+    EXPECT_NEAR(pixel(32 + 4, 32 + 4).r, pixel(32 + 6, 32).r, 12);
 
     // A point twice as far away is half as large.
     glClear(GL_COLOR_BUFFER_BIT);
@@ -194,8 +200,9 @@ TEST_F(RenderGl, PointSpriteSizeColourAndMaximumBlend)
     draw.Update(far, 1);
     draw.Draw(1, geokit::Imtx, testprojection());
     covered = 0;
-    for (int x = 0; x < k_side; ++x) covered += pixel(x, 32).b == 255 ? 1 : 0;
+    for (int x = 0; x < k_side; ++x) covered += pixel(x, 32).b > 0 ? 1 : 0;
     EXPECT_EQ(covered, 8);
+    EXPECT_EQ(pixel(32, 32).b, 255);
 
     // The modelview's translation row moves it: x = 5 at distance 20 is 5/20
     // of the half width, 8 pixels right of the centre.
@@ -211,6 +218,45 @@ TEST_F(RenderGl, PointSpriteSizeColourAndMaximumBlend)
     EXPECT_FALSE(draw.initialised());
     glDisable(GL_BLEND);
     EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
+}
+
+TEST_F(RenderGl, OnePixelSparksKeepTheirFullColourWhereverTheyFall)
+{
+    vexlor::draw_t draw;
+    draw.Init(16);
+    glEnable(GL_BLEND);
+    glBlendEquation(GL_MAX);
+    glBlendFunc(GL_SRC_ALPHA, GL_ONE);
+
+    // Sizes of a pixel and less, at the pixel's centre, near its edges and its
+    // corner: the smallest mipmap is the disc's average, about half, and must
+    // not dim them.
+    std::vector<primitive_t> sparks;
+    const float sizes[] = {0.2f, 0.5f, 0.9f};
+    const float offsets[] = {0.5f, 0.05f, 0.95f};
+    int column = 4;
+    for (float size : sizes) {
+        for (float offset : offsets) {
+            // Pixel x covers x to x + 1 of 64 in normalised units of 2/64 each.
+            const float ndc = (column + offset) / 32.0f - 1.0f;
+            sparks.push_back(point(ndc * 10, (20 + offset) / 32.0f * 10 - 10, -10, size / 16.0f * 10,
+                                   0.8f, 0.4f, 0.2f));
+            column += 6;
+        }
+    }
+    draw.Update(sparks.data(), sparks.size());
+    draw.Draw(sparks.size(), geokit::Imtx, testprojection());
+    EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
+    column = 4;
+    for (std::size_t i = 0; i < sparks.size(); ++i, column += 6) {
+        const rgba got = pixel(column, 20);
+        EXPECT_EQ(got.r, 204) << "spark " << i;
+        EXPECT_EQ(got.g, 102) << "spark " << i;
+        EXPECT_EQ(got.b, 51) << "spark " << i;
+        EXPECT_EQ(pixel(column + 1, 20).r + pixel(column, 21).r, 0) << "one pixel only, spark " << i;
+    }
+    draw.Destroy();
+    glDisable(GL_BLEND);
 }
 
 TEST_F(RenderGl, TexturePassCoversTheViewportTexelForTexel)

@@ -1,0 +1,51 @@
+// Where rendered frames and the sound track go, chosen by the output's name:
+// ".mp4" (H.264 and AAC) and ".webm" (VP9 and Opus) through the ffmpeg
+// program, a name ending in "/" a directory of numbered PNG frames and
+// "sound.wav". Everything is written under a temporary name and renamed into
+// place only when complete.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace vexlor {
+
+enum class outputkind_t { none, mp4, webm, directory };
+
+// The kind the output's name asks for; none for an unknown extension.
+outputkind_t outputkind(const std::string& output);
+
+class framesink_t {
+public:
+    virtual ~framesink_t() = default;
+
+    // Creates the temporary output and hands over the finished sound track
+    // (48 kHz stereo, interleaved). False with one line in `message`.
+    virtual bool begin(const std::vector<float>& sound, std::string& message) = 0;
+    // True when frames come as NV12 (BT.709, limited range, top row
+    // first), false for RGBA pixels, bottom row first.
+    virtual bool wantsyuv() const = 0;
+    // One frame of the size given at making.
+    virtual bool frame(const unsigned char* pixels, std::string& message) = 0;
+    // Completes the output and renames it into place.
+    virtual bool finish(std::string& message) = 0;
+    // Removes everything temporary; the output's name is left as it was.
+    virtual void abandon() = 0;
+};
+
+struct sinkformat_t {
+    int width = 0;
+    int height = 0;
+    double fps = 0.0;
+};
+
+// The sink for `output`; null with one line in `message` when it cannot be
+// made (an unknown extension, no ffmpeg, an unwritable place).
+std::unique_ptr<framesink_t> makesink(const std::string& output, const sinkformat_t& format,
+                                      std::string& message);
+
+// Frame k's file name inside a directory output.
+std::string framename(std::size_t k);
+
+} // namespace vexlor

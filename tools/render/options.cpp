@@ -1,0 +1,99 @@
+// Option parsing and checking; sizes as WxH, times in seconds.
+#include "tools/render/options.h"
+
+#include "tools/render/framesink.h"
+#include "tools/render/showsource.h"
+
+#include <CLI/CLI.hpp>
+
+#include <cmath>
+#include <iostream>
+#include <regex>
+
+namespace vexlor {
+namespace {
+
+constexpr int k_largestside = 16384;
+
+// "1920x1080": two whole numbers from 1 to 16384.
+std::string readsize(const std::string& text, int& width, int& height)
+{
+    static const std::regex form("([0-9]{1,6})[xX]([0-9]{1,6})");
+    std::smatch match;
+    if (!std::regex_match(text, match, form)) return "--size " + text + ": not of the form WxH, such as 1920x1080";
+    width = std::stoi(match[1]);
+    height = std::stoi(match[2]);
+    if (width < 1 || height < 1 || width > k_largestside || height > k_largestside)
+        return "--size " + text + ": each side must be from 1 to " + std::to_string(k_largestside);
+    return {};
+}
+
+std::string shownames()
+{
+    std::string text;
+    for (const auto& name : builtinshows()) text += (text.empty() ? "" : ", ") + name;
+    return text;
+}
+
+} // namespace
+
+int parseoptions(int argc, char** argv, renderoptions_t& options)
+{
+    CLI::App app{"Renders a fireworks show to a video file or to PNG frames, with its sound, "
+                 "without a window.\nSHOW is a scene file or a built-in show (" + shownames() + ").",
+                 "vexlor-render"};
+    app.get_formatter()->column_width(22);
+    std::string size = "1920x1080";
+    double fps = 60.0;
+    double from = 0.0;
+    double to = -1.0;
+    app.add_option("SHOW", options.show, "scene file or built-in show")->required();
+    app.add_option("-o,--output", options.output,
+                   "OUT.mp4 (H.264, AAC), OUT.webm (VP9, Opus) or DIR/ (PNG frames and sound.wav)")
+        ->required();
+    app.add_option("--size", size, "frame size WxH")->default_str("1920x1080");
+    app.add_option("--fps", fps, "frames a second")->default_str("60");
+    app.add_option("--from", from, "first frame's scene time, seconds")->default_str("0");
+    auto* toopt = app.add_option("--to", to, "end of the render, seconds (default: when nothing is left to draw)");
+    app.add_flag("--trails", options.trails, "leave trails, as if Shift were held");
+    app.add_flag("-q,--quiet", options.quiet, "no progress line");
+    app.set_version_flag("--version", std::string("vexlor-render ") + VEXLOR_VERSION);
+
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::CallForHelp& e) {
+        return app.exit(e);
+    } catch (const CLI::CallForVersion& e) {
+        return app.exit(e);
+    } catch (const CLI::ParseError& e) {
+        std::cerr << "vexlor-render: " << e.what() << " (try --help)" << std::endl;
+        return 2;
+    }
+
+    const auto usage = [](const std::string& problem) {
+        std::cerr << "vexlor-render: " << problem << " (try --help)" << std::endl;
+        return 2;
+    };
+    if (const std::string problem = readsize(size, options.width, options.height); !problem.empty())
+        return usage(problem);
+    if (!(fps > 0.0) || !std::isfinite(fps) || fps > 1000.0)
+        return usage("--fps " + app.get_option("--fps")->as<std::string>() + ": must be above 0 and at most 1000");
+    if (!std::isfinite(from) || from < 0.0) return usage("--from: must be 0 or more seconds");
+    if (toopt->count() > 0) {
+        if (!std::isfinite(to) || to <= from) return usage("--to: must come after --from");
+        if (to - from > k_longestrender)
+            return usage("--to: a render spans at most " + std::to_string(int(k_longestrender)) + " s");
+    }
+    const outputkind_t kind = outputkind(options.output);
+    if (kind == outputkind_t::none)
+        return usage(options.output + ": unknown kind of output (name a .mp4 or .webm file, or a directory ending in /)");
+    if (kind != outputkind_t::directory && (options.width % 2 != 0 || options.height % 2 != 0))
+        return usage("--size " + size + ": H.264 and VP9 video need an even width and height");
+    options.fps = fps;
+    options.from = from;
+    options.to = toopt->count() > 0 ? to : -1.0;
+    options.argv0 = argv[0];
+    return -1;
+}
+
+} // namespace vexlor

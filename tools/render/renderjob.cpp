@@ -1,0 +1,237 @@
+// The render's stages in order. Nothing is allocated per frame once the
+// first frame is out: the point list, the GL buffers and the sink's row
+// tables are sized before.
+#include "tools/render/renderjob.h"
+
+#include "app/datapath.h"
+#include "firework/evaluate.h"
+#include "glload/glextloader.h"
+#include "render/frame.h"
+#include "tools/render/eglcontext.h"
+#include "tools/render/framesink.h"
+#include "tools/render/offscreen.h"
+#include "tools/render/showscan.h"
+#include "tools/render/showsource.h"
+#include "tools/render/soundtrack.h"
+
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <cmath>
+#include <csignal>
+#include <cstdio>
+#include <iostream>
+
+namespace vexlor {
+namespace {
+
+constexpr const char* k_program = "vexlor-render";
+constexpr int k_stopped = 130;
+
+volatile std::sig_atomic_t g_stop = 0;
+framehook_t g_hook = nullptr;
+
+using steady = std::chrono::steady_clock;
+
+double since(steady::time_point start)
+{
+    return std::chrono::duration<double>(steady::now() - start).count();
+}
+
+int fail(const std::string& message)
+{
+    std::cerr << k_program << ": " << message << std::endl;
+    return 1;
+}
+
+std::string clocktext(double seconds)
+{
+    const long whole = std::lround(seconds);
+    char text[32];
+    std::snprintf(text, sizeof text, "%ld:%02ld", whole / 60, whole % 60);
+    return text;
+}
+
+// "frame 120/735  58.3 fps  0:10 left", rewritten in place.
+class progress_t {
+public:
+    progress_t(bool shown, std::size_t total) : m_shown(shown), m_total(total) {}
+    void update(std::size_t done, double elapsed)
+    {
+        if (!m_shown || (elapsed - m_last < 0.25 && done != m_total)) return;
+        m_last = elapsed;
+        const double rate = elapsed > 0 ? done / elapsed : 0.0;
+        const double left = rate > 0 ? (m_total - done) / rate : 0.0;
+        std::fprintf(stderr, "\r%s: frame %zu/%zu  %.1f fps  %s left  ", k_program, done, m_total, rate,
+                     clocktext(left).c_str());
+        std::fflush(stderr);
+        m_drawn = true;
+    }
+    void clear()
+    {
+        if (m_drawn) std::fputs("\r\033[K", stderr);
+        m_drawn = false;
+    }
+
+private:
+    bool m_shown;
+    std::size_t m_total;
+    double m_last = -1.0;
+    bool m_drawn = false;
+};
+
+} // namespace
+
+void stoprender()
+{
+    g_stop = 1;
+}
+
+void setframehook(framehook_t hook)
+{
+    g_hook = hook;
+}
+
+int render(const renderoptions_t& options, renderstats_t& stats)
+{
+    std::vector<firework_t> scene;
+    std::string message;
+    // A scene file's problem is told as the checker words it: FILE:LINE: what.
+    if (!openshow(options.show, scene, message)) {
+        std::cerr << message << std::endl;
+        return 1;
+    }
+    return render(options, std::move(scene), stats);
+}
+
+int render(const renderoptions_t& options, std::vector<firework_t> scene, renderstats_t& stats)
+{
+    const auto start = steady::now();
+    stats = renderstats_t{};
+    std::string message;
+
+    // The viewer lifts every launch site by 1000 before its first frame.
+    for (auto& firework : scene) firework.position.z += 1000.0f;
+
+    const sinkformat_t format{options.width, options.height, options.fps};
+    std::unique_ptr<framesink_t> sink = makesink(options.output, format, message);
+    if (!sink) return fail(message);
+
+    // Frames and sounds, before anything is drawn.
+    const showscan_t scan = scanshow(scene, options.from, options.to, options.fps, k_longestrender);
+    char from[32];
+    std::snprintf(from, sizeof from, "%g", options.from);
+    // A span asked for is rendered even when empty; without one, the show must end.
+    const bool bounded = options.to > options.from;
+    if (!bounded && scan.largest == 0) return fail(options.show + ": nothing to draw from " + from + " s on");
+    if (!bounded && !scan.ends)
+        return fail(options.show + ": the show runs longer than " + std::to_string(int(k_longestrender)) +
+                    " s; choose an end with --to");
+    const std::size_t frames = scan.frames;
+
+    clip_t burst;
+    const std::string soundpath = finddata("reverb.wav", options.argv0.c_str());
+    if (!loadclip(soundpath, burst, message)) return fail(message);
+    const auto soundframes = static_cast<std::size_t>(std::llround(frames / options.fps * k_soundrate));
+    mixer_t mixer(soundframes);
+    for (const soundevent_t& event : scan.sounds)
+        mixer.add(burst, std::llround((event.time - options.from) * k_soundrate));
+    mixer.limit();
+    stats.scan = since(start);
+    const auto stopped = [&] {
+        sink->abandon();
+        std::cerr << k_program << ": stopped; " << options.output << " was not written" << std::endl;
+        return k_stopped;
+    };
+    if (g_stop) return stopped();
+
+    eglcontext_t context;
+    if (!context.Init(message)) return fail(message);
+    glload::gl_extloader_init();
+    offscreen_t target;
+    if (!target.Init(options.width, options.height, sink->wantsyuv(), message))
+        return fail(options.output + ": " + message);
+    frame_t frame;
+    frame.Init(pointcapacity(scene));
+    frame.Reshape(options.width, options.height);
+    if (options.trails) frame.EnterTrail();
+
+    if (!sink->begin(mixer.samples(), message)) return fail(message);
+
+    evaluator_t evaluator;
+    evaluator.prepare(scene);
+    std::vector<primitive_t> points;
+    points.reserve(pointcapacity(scene));
+    const soundfunc_t silent = [](std::size_t, sound_t) {};
+    progress_t progress(!options.quiet && isatty(STDERR_FILENO), frames);
+
+    const auto handout = [&](const unsigned char* pixels) {
+        const auto begin = steady::now();
+        const bool ok = pixels && sink->frame(pixels, message);
+        stats.encode += since(begin);
+        if (!pixels) message = "cannot read the frame back from GL";
+        return ok;
+    };
+
+    const auto drawing = steady::now();
+    bool ok = true;
+    for (std::size_t k = 0; k < frames && ok; ++k) {
+        if (g_stop) break;
+        auto begin = steady::now();
+        evaluator.evaluate(scene, frametime(options.from, options.fps, k), points, silent);
+        stats.evaluate += since(begin);
+
+        begin = steady::now();
+        frame.Update(points.data(), points.size());
+        frame.Draw(target.framebuffer());
+        stats.draw += since(begin);
+
+        // The frame before this one is handed out while this one draws.
+        begin = steady::now();
+        target.Read();
+        const unsigned char* previous = target.MapPrevious();
+        stats.readback += since(begin);
+        if (k > 0) ok = handout(previous);
+        target.Unmap();
+        if (ok) {
+            stats.frames = k;
+            if (g_hook) g_hook(k);
+        }
+        progress.update(k, since(drawing));
+    }
+    if (ok && !g_stop && frames > 0) {
+        auto begin = steady::now();
+        const unsigned char* last = target.MapLatest();
+        stats.readback += since(begin);
+        ok = handout(last);
+        target.Unmap();
+    }
+    if (ok && !g_stop) {
+        stats.frames = frames;
+        progress.update(frames, since(drawing));
+    }
+    progress.clear();
+
+    if (g_stop) return stopped();
+    if (ok) {
+        const auto begin = steady::now();
+        ok = sink->finish(message);
+        stats.encode += since(begin);
+    }
+    if (!ok) {
+        sink->abandon();
+        return fail(message);
+    }
+    stats.seconds = since(start);
+
+    const double length = frames / options.fps;
+    char summary[256];
+    std::snprintf(summary, sizeof summary, "%zu %s, %.2f s of show at %dx%d, %g fps, in %.1f s (%.1f fps)",
+                  frames, frames == 1 ? "frame" : "frames", length, options.width, options.height, options.fps, stats.seconds,
+                  stats.seconds > 0 ? frames / stats.seconds : 0.0);
+    std::cerr << k_program << ": " << options.output << ": " << summary << std::endl;
+    return 0;
+}
+
+} // namespace vexlor

@@ -1,0 +1,56 @@
+// One headless render from a show to an output: the scan for frames and
+// sounds, the sound track, the frames drawn by the viewer's own frame code
+// into an offscreen framebuffer, read back and handed to the output.
+#pragma once
+
+#include "firework/firework.h"
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace vexlor {
+
+struct renderoptions_t {
+    std::string show;   // built-in show name or scene file
+    std::string output; // .mp4, .webm or a directory ending in /
+    int width = 1920;
+    int height = 1080;
+    double fps = 60.0;
+    double from = 0.0;
+    double to = -1.0; // below from: until nothing is left to draw
+    bool trails = false;
+    bool quiet = false;
+    std::string argv0; // to find the burst sound as the viewer does
+};
+
+// The longest span rendered: its sound track is mixed whole in memory.
+constexpr double k_longestrender = 600.0;
+
+// Seconds spent in each stage, for the benchmarks and the summary.
+struct renderstats_t {
+    std::size_t frames = 0;
+    double seconds = 0.0;   // wall clock, all of it
+    double scan = 0.0;      // the evaluation ahead of drawing, and the sound track
+    double evaluate = 0.0;  // the evaluation while drawing
+    double draw = 0.0;      // issuing the frame's GL work
+    double readback = 0.0;  // starting the read of a frame, mapping the one before
+                            // (a software renderer draws when the read forces it)
+    double encode = 0.0;    // handing frames to the output, and finishing it
+};
+
+// Asks a running render to stop (safe in a signal handler).
+void stoprender();
+
+// Exit status: 0 done, 1 failed (one line on standard error), 130 stopped.
+int render(const renderoptions_t& options, renderstats_t& stats);
+
+// The same for a scene already made (as loaded, before the viewer's lift);
+// `options.show` only names it in messages.
+int render(const renderoptions_t& options, std::vector<firework_t> scene, renderstats_t& stats);
+
+// Called after each frame, for measuring; nothing by default.
+using framehook_t = void (*)(std::size_t frame);
+void setframehook(framehook_t hook);
+
+} // namespace vexlor

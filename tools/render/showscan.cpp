@@ -1,0 +1,43 @@
+// The evaluation run ahead of drawing: frame count, busiest frame and sounds.
+#include "tools/render/showscan.h"
+
+#include <cmath>
+
+namespace vexlor {
+
+showscan_t scanshow(std::vector<firework_t>& scene, double from, double to, double fps, double limit)
+{
+    showscan_t scan;
+    evaluator_t evaluator;
+    evaluator.prepare(scene);
+    std::vector<primitive_t> points;
+    points.reserve(pointcapacity(scene));
+    const soundfunc_t onsound = [&](std::size_t index, sound_t what) {
+        const firework_t& firework = scene[index];
+        // The event's own time, not the frame's: it lands on its exact sample.
+        double time = firework.time;
+        if (what == sound_t::burst) time += static_cast<double>(firework.fuse);
+        scan.sounds.push_back({time, what, index});
+    };
+
+    const bool bounded = to > from;
+    const double end = bounded ? to : from + limit;
+    // Frames k with from + k / fps < end; an end on a frame's own time excludes it.
+    const auto count = static_cast<std::size_t>(std::max(0.0, std::ceil((end - from) * fps - 1e-9)));
+    bool drawn = false;
+    for (std::size_t k = 0; k < count; ++k) {
+        evaluator.evaluate(scene, frametime(from, fps, k), points, onsound);
+        if (points.size() > scan.largest) scan.largest = points.size();
+        if (!bounded && points.empty() && drawn) {
+            scan.ends = true;
+            scan.frames = k;
+            break;
+        }
+        drawn = drawn || !points.empty();
+        scan.frames = k + 1;
+    }
+    for (firework_t& firework : scene) firework.launched = firework.exploded = false;
+    return scan;
+}
+
+} // namespace vexlor

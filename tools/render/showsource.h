@@ -1,0 +1,21 @@
+// Where a render's show comes from: the name of a built-in show or a scene
+// file. The one place that turns the SHOW argument into a scene, so new kinds
+// of show files are added here.
+#pragma once
+
+#include "firework/firework.h"
+
+#include <string>
+#include <vector>
+
+namespace vexlor {
+
+// The built-in shows, in the order people are told them.
+const std::vector<std::string>& builtinshows();
+
+// Fills `scene` from `arg` as the viewer would load it (before the viewer's
+// lift of every launch site). False with one line in `message`
+// ("FILE:LINE: what is wrong") when it cannot.
+bool openshow(const std::string& arg, std::vector<firework_t>& scene, std::string& message);
+
+} // namespace vexlor
