@@ -25,6 +25,11 @@ bool readscenefile(const char* path, std::vector<firework_t>& scene, std::string
     };
     if (cancelled(0))
         return false;
+    // A device or a pipe could be endless: only regular files are read.
+    if (std::filesystem::exists(path, error) && !std::filesystem::is_regular_file(path, error)) {
+        message = std::string(path) + ": not a regular file";
+        return false;
+    }
     if (!check(path, message))
         return false;
     if (!load(path, scene)) {

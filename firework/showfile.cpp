@@ -3,7 +3,14 @@
 // counted before anything is built; the makers run once per distinct design.
 #define TOML_EXCEPTIONS 0
 #define TOML_HEADER_ONLY 1
+// The parser's assertions on its own state stay off in every build: a header
+// such as "[[[" trips one (or, with NDEBUG, an assumption the compiler may
+// rely on) before the parser reports it as the error it is.
+#pragma push_macro("NDEBUG")
+#undef NDEBUG
+#define TOML_ASSERT(expr) static_cast<void>(0)
 #include <toml++/toml.h>
+#pragma pop_macro("NDEBUG")
 
 #include "firework/showfile.h"
 
@@ -13,6 +20,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cmath>
+#include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -90,11 +98,16 @@ public:
         m_folder = std::filesystem::path(path).parent_path();
     }
 
-    bool read(show_t& show)
+    bool readfile(show_t& show)
+    {
+        std::string text;
+        return readtext(text) && read(text, show);
+    }
+
+    bool read(const std::string& text, show_t& show)
     {
         const std::size_t before = m_problems.size();
-        std::string text;
-        if (!readtext(text))
+        if (!plaintext(text))
             return false;
         toml::parse_result parsed = toml::parse(text, m_path);
         if (!parsed) {
@@ -171,6 +184,27 @@ private:
             m_problems.push_back(m_path + ": a show file may hold at most " + std::to_string(maxshowbytes >> 20)
                                  + " MB");
             return false;
+        }
+        return true;
+    }
+
+    // TOML allows no control character but tab and line ends anywhere, and
+    // the parser is spared bytes it does not expect.
+    bool plaintext(const std::string& text)
+    {
+        std::size_t line = 1;
+        std::size_t start = 0;
+        for (std::size_t i = 0; i < text.size(); ++i) {
+            const auto c = static_cast<unsigned char>(text[i]);
+            if (c == '\n') {
+                ++line;
+                start = i + 1;
+            } else if ((c < 0x20 && c != '\t' && c != '\r') || c == 0x7f) {
+                char what[64];
+                std::snprintf(what, sizeof what, "control character 0x%02x is not allowed", c);
+                problem(at_t{line, i - start + 1}, what);
+                return false;
+            }
         }
         return true;
     }
@@ -536,7 +570,19 @@ bool sniffformat(const char* path, fileformat_t& format)
 bool readshowfile(const char* path, show_t& show, std::vector<std::string>& problems, const readprogress_t& progress)
 {
     reader_t reader(path, problems, progress);
-    return reader.read(show);
+    return reader.readfile(show);
+}
+
+bool readshowtext(const std::string& text, const char* path, show_t& show, std::vector<std::string>& problems,
+                  const readprogress_t& progress)
+{
+    if (text.size() > maxshowbytes) {
+        problems.push_back(std::string(path) + ": a show file may hold at most " + std::to_string(maxshowbytes >> 20)
+                           + " MB");
+        return false;
+    }
+    reader_t reader(path, problems, progress);
+    return reader.read(text, show);
 }
 
 } // namespace vexlor

@@ -31,4 +31,9 @@ bool sniffformat(const char* path, fileformat_t& format);
 bool readshowfile(const char* path, show_t& show, std::vector<std::string>& problems,
                   const readprogress_t& progress = {});
 
+// The same for a show file's text already in memory; `path` names it in the
+// problems and scene files are found beside it.
+bool readshowtext(const std::string& text, const char* path, show_t& show, std::vector<std::string>& problems,
+                  const readprogress_t& progress = {});
+
 } // namespace vexlor

@@ -1,10 +1,13 @@
 // Frame times of the evaluation (the susuki show and a 100-shell finale, with
-// the plain step-by-step evaluation beside for scale), the susuki maker, and
-// saving, checking and loading the susuki scene file.
+// the plain step-by-step evaluation beside for scale), the susuki maker,
+// saving, checking and loading the susuki scene file, and the show files of
+// the gallery: reading, building and preparing them, their memory and their
+// busiest frames on one and two threads.
 #include "firework/evaluate.h"
 #include "firework/loadsave.h"
 #include "firework/sample.h"
 #include "firework/scenecheck.h"
+#include "firework/showfile.h"
 #include "tests/firework/reference.h"
 
 #include <benchmark/benchmark.h>
@@ -143,6 +146,60 @@ void BM_LoadSusuki(benchmark::State& state)
         benchmark::DoNotOptimize(load(path.c_str(), scene));
 }
 BENCHMARK(BM_LoadSusuki)->Unit(benchmark::kMillisecond);
+
+// Show files: read, built (each design made once) and prepared, as the viewer would.
+show_t readshow(const char* name)
+{
+    show_t show;
+    std::vector<std::string> problems;
+    const std::string path = std::string(SHOWS) + "/" + name;
+    if (!readshowfile(path.c_str(), show, problems))
+        std::fprintf(stderr, "%s\n", problems.empty() ? path.c_str() : problems.front().c_str());
+    return show;
+}
+
+void openshowfile(benchmark::State& state, const char* name)
+{
+    std::size_t bytes = 0;
+    for (auto _ : state) {
+        show_t show = readshow(name);
+        evaluator_t evaluator;
+        evaluator.prepare(show);
+        bytes = showbytes(show);
+        benchmark::DoNotOptimize(show.shells.data());
+    }
+    state.counters["sceneMB"] = static_cast<double>(bytes) / 1048576.0;
+}
+
+void BM_OpenFinaleShow(benchmark::State& state) { openshowfile(state, "finale.toml"); }
+void BM_OpenThousandShow(benchmark::State& state) { openshowfile(state, "thousand.toml"); }
+BENCHMARK(BM_OpenFinaleShow)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_OpenThousandShow)->Unit(benchmark::kMillisecond);
+
+// Arguments: the time in milliseconds and the number of threads.
+void showframe(benchmark::State& state, const char* name)
+{
+    show_t show = readshow(name);
+    evaluator_t evaluator;
+    evaluator.setthreads(static_cast<unsigned>(state.range(1)));
+    std::vector<primitive_t> points;
+    const soundfunc_t silent = [](std::size_t, sound_t) {};
+    const float t = seconds(state);
+    evaluator.evaluate(show, t, points, silent); // prepares, and warms the buffers
+    for (auto _ : state) {
+        evaluator.evaluate(show, t, points, silent);
+        benchmark::DoNotOptimize(points.data());
+    }
+    state.counters["points"] = static_cast<double>(points.size());
+}
+
+void BM_FinaleShowFrame(benchmark::State& state) { showframe(state, "finale.toml"); }
+void BM_ThousandShowFrame(benchmark::State& state) { showframe(state, "thousand.toml"); }
+// The finale's busiest stretch, as BM_FinaleFrame; the thousand's busiest frame (21.9 s) and others.
+BENCHMARK(BM_FinaleShowFrame)->Args({14000, 1})->Args({30000, 1})->Args({30000, 2})->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_ThousandShowFrame)
+    ->Args({21900, 1})->Args({21900, 2})->Args({40000, 1})->Args({40000, 2})
+    ->Unit(benchmark::kMillisecond)->UseRealTime();
 
 } // namespace
 
