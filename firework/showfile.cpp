@@ -32,6 +32,8 @@ namespace vexlor {
 
 namespace {
 
+std::string oneline(std::string_view text);
+
 enum class kind_t { single, simple, blink, susuki, random, miniexhibition, scene };
 
 struct kindinfo_t {
@@ -112,7 +114,7 @@ public:
         toml::parse_result parsed = toml::parse(text, m_path);
         if (!parsed) {
             const toml::parse_error& error = parsed.error();
-            problem(error.source(), std::string(error.description()));
+            problem(error.source(), oneline(error.description()));
             return false;
         }
         toml::table& root = parsed.table();
@@ -531,6 +533,23 @@ private:
     designindex_t m_designs;
     std::map<designkey_t, made_t> m_made;
 };
+
+// The parser quotes the character it saw, a line end too: keep the problem on one line.
+std::string oneline(std::string_view text)
+{
+    std::string line;
+    for (char c : text) {
+        if (c == '\n')
+            line += "\\n";
+        else if (c == '\r')
+            line += "\\r";
+        else if (c == '\t')
+            line += "\\t";
+        else
+            line += c;
+    }
+    return line;
+}
 
 bool isdigits(std::string_view text, int base)
 {

@@ -278,6 +278,7 @@ TEST(ShowFile, EveryProblemWithItsPosition)
         {show + "count = 2.5\ncolor = [0.5, 0.5]\n", {"4:9: count must be a whole number", "5:9: color must be an array [red, green, blue] or [red, green, blue, alpha]"}},
         {"# nothing yet\n", {"1:1: the show holds no shells"}},
         {"shell = 3\n[music]\nfile = \"a.ogg\"\n", {"1:9: 'shell' must be a list of [[shell]] tables", "2:2: unknown key 'music' (a show holds [[shell]] tables)"}},
+        {show + "fuse = in\n", {"4:10: Error while parsing floating-point: expected 'inf', saw 'in\\n'"}},
         {show + "[[[shell]]]\n", {"4:3: Error while parsing key: expected bare key starting character or string delimiter, saw '['"}},
         {show + "# a bell \x07 here\n", {"4:10: control character 0x07 is not allowed"}},
         {show + "time = 1\n", {"4:8: Error while parsing key-value pair: cannot redefine existing integer 'time'"}},
