@@ -114,7 +114,7 @@ public:
         toml::parse_result parsed = toml::parse(text, m_path);
         if (!parsed) {
             const toml::parse_error& error = parsed.error();
-            problem(error.source(), oneline(error.description()));
+            problem(error.source(), std::string(error.description()));
             return false;
         }
         toml::table& root = parsed.table();
@@ -152,7 +152,7 @@ private:
     // Problems are kept in file order, whatever order the tables are walked in.
     void problem(at_t at, const std::string& what)
     {
-        const std::string text = m_path + ":" + std::to_string(at.line) + ":" + std::to_string(at.column) + ": " + what;
+        const std::string text = oneline(m_path + ":" + std::to_string(at.line) + ":" + std::to_string(at.column) + ": " + what);
         const auto later = std::upper_bound(m_positions.begin(), m_positions.end(), std::make_pair(at.line, at.column));
         m_problems.insert(m_problems.begin() + m_first + (later - m_positions.begin()), text);
         m_positions.insert(later, std::make_pair(at.line, at.column));
@@ -534,7 +534,8 @@ private:
     std::map<designkey_t, made_t> m_made;
 };
 
-// The parser quotes the character it saw, a line end too: keep the problem on one line.
+// Names from the file and the parser's quote of the character it saw may hold
+// line ends: a problem stays on one line.
 std::string oneline(std::string_view text)
 {
     std::string line;
