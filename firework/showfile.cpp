@@ -137,8 +137,15 @@ public:
         }
         if (m_problems.size() == before && entries.empty())
             problem(at_t{1, 1}, "the show holds no shells");
-        if (m_problems.size() != before)
+        if (m_problems.size() != before) {
+            if (m_problems.size() - before > maxproblems) {
+                const std::size_t more = m_problems.size() - before - maxproblems;
+                m_problems.resize(before + maxproblems);
+                m_problems.push_back(m_path + ": " + std::to_string(more) + " more problem" + (more == 1 ? "" : "s")
+                                     + " not listed");
+            }
             return false;
+        }
         build(entries, show);
         return true;
     }

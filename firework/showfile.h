@@ -15,8 +15,12 @@ namespace vexlor {
 // The most shells a show may hold once every repetition is counted.
 inline constexpr std::size_t maxshells = 100000;
 
-// The largest show file read (a hand-written list is far smaller).
-inline constexpr std::size_t maxshowbytes = 16u << 20;
+// The largest show file read: a hand-written list is far smaller, and the
+// parsed tables of 2 MB take about 50 MB.
+inline constexpr std::size_t maxshowbytes = 2u << 20;
+
+// Problems listed for one file; the rest are summed up in one more line.
+inline constexpr std::size_t maxproblems = 100;
 
 enum class fileformat_t { scene, show };
 

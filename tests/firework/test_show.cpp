@@ -297,6 +297,19 @@ TEST(ShowFile, EveryProblemWithItsPosition)
     show_t read;
     EXPECT_FALSE(readshowfile(dir.path.c_str(), read, problems));
     EXPECT_EQ(problems, std::vector<std::string>{dir.path + ": cannot read the file"});
+    // A flood of problems is cut short; a file too large is not parsed at all.
+    std::string flood;
+    for (int i = 0; i < 150; ++i) flood += "[[shell]]\nkind = \"x\"\ntime = 0\n";
+    const std::string many = dir.write("many.toml", flood);
+    problems.clear();
+    EXPECT_FALSE(readshowfile(many.c_str(), read, problems));
+    ASSERT_EQ(problems.size(), maxproblems + 1);
+    EXPECT_EQ(problems[99].substr(0, many.size() + 8), many + ":299:8:");
+    EXPECT_EQ(problems.back(), many + ": 50 more problems not listed");
+    const std::string large = dir.write("large.toml", std::string(maxshowbytes + 1, '#'));
+    problems.clear();
+    EXPECT_FALSE(readshowfile(large.c_str(), read, problems));
+    EXPECT_EQ(problems, std::vector<std::string>{large + ": a show file may hold at most 2 MB"});
 }
 
 TEST(OpenShow, FilesByContentAndBuiltinShowsByName)
