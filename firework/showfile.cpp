@@ -197,22 +197,79 @@ private:
         return true;
     }
 
-    // TOML allows no control character but tab and line ends anywhere, and
-    // the parser is spared bytes it does not expect.
+    // TOML allows no control character but tab and line ends anywhere. The
+    // parser's test for Unicode blanks is wrong for U+00A1-U+0499,
+    // U+2C8E-U+3087 and U+FB26-U+FEFE (it reaches a point marked
+    // unreachable), so those are refused outside comments, where it does not
+    // look at them.
     bool plaintext(const std::string& text)
     {
+        enum class in_t { text, comment, basic, literal, basiclines, literallines };
+        static constexpr std::string_view basicquotes = "\"\"\"", literalquotes = "'''";
+        in_t in = in_t::text;
         std::size_t line = 1;
         std::size_t start = 0;
+        const auto refuse = [&](std::size_t i, const char* format, unsigned value) {
+            char what[80];
+            std::snprintf(what, sizeof what, format, value);
+            problem(at_t{line, i - start + 1}, what);
+            return false;
+        };
         for (std::size_t i = 0; i < text.size(); ++i) {
             const auto c = static_cast<unsigned char>(text[i]);
+            const std::string_view rest(text.data() + i, text.size() - i);
             if (c == '\n') {
                 ++line;
                 start = i + 1;
-            } else if ((c < 0x20 && c != '\t' && c != '\r') || c == 0x7f) {
-                char what[64];
-                std::snprintf(what, sizeof what, "control character 0x%02x is not allowed", c);
-                problem(at_t{line, i - start + 1}, what);
-                return false;
+                if (in == in_t::comment || in == in_t::basic || in == in_t::literal)
+                    in = in_t::text;
+                continue;
+            }
+            if ((c < 0x20 && c != '\t' && c != '\r') || c == 0x7f)
+                return refuse(i, "control character 0x%02x is not allowed", c);
+            if (c >= 0xc0 && in != in_t::comment) {
+                unsigned point = 0;
+                if (c < 0xe0 && rest.size() >= 2)
+                    point = (c & 0x1fu) << 6 | (static_cast<unsigned char>(rest[1]) & 0x3fu);
+                else if (c < 0xf0 && rest.size() >= 3)
+                    point = (c & 0x0fu) << 12 | (static_cast<unsigned char>(rest[1]) & 0x3fu) << 6
+                          | (static_cast<unsigned char>(rest[2]) & 0x3fu);
+                if ((point >= 0xa1 && point <= 0x499) || (point >= 0x2c8e && point <= 0x3087 && point != 0x3000)
+                    || (point >= 0xfb26 && point <= 0xfefe))
+                    return refuse(i, "the character U+%04X is allowed only in comments", point);
+            }
+            const bool basicend = rest.substr(0, 3) == basicquotes;
+            const bool literalend = rest.substr(0, 3) == literalquotes;
+            switch (in) {
+            case in_t::text:
+                if (c == '#') {
+                    in = in_t::comment;
+                } else if (basicend || literalend) {
+                    in = basicend ? in_t::basiclines : in_t::literallines;
+                    i += 2;
+                } else if (c == '"') {
+                    in = in_t::basic;
+                } else if (c == '\'') {
+                    in = in_t::literal;
+                }
+                break;
+            case in_t::basic:
+            case in_t::basiclines:
+                if (c == '\\' && rest.size() > 1 && rest[1] != '\n')
+                    ++i; // an escaped quote or backslash does not end the string
+                else if (in == in_t::basic ? c == '"' : basicend)
+                    in = in_t::text;
+                break;
+            case in_t::literal:
+                if (c == '\'')
+                    in = in_t::text;
+                break;
+            case in_t::literallines:
+                if (literalend)
+                    in = in_t::text;
+                break;
+            case in_t::comment:
+                break;
             }
         }
         return true;
