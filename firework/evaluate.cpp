@@ -157,6 +157,17 @@ void evaluator_t::addlimits(const std::vector<fire_t>& fires)
     m_limits.push_back(limits);
 }
 
+std::size_t pointcapacity(const show_t& show)
+{
+    std::vector<std::size_t> stages(show.designs.size(), 0);
+    for (std::size_t i = 0; i < show.designs.size(); ++i)
+        for (const fire_t& fire : show.designs[i]) stages[i] += fire.powders.size();
+    std::size_t count = 0;
+    for (std::size_t design : show.design)
+        count += std::max<std::size_t>(stages[design], 1);
+    return count;
+}
+
 void evaluator_t::prepare(const std::vector<firework_t>& scene)
 {
     std::size_t stars = 0;
@@ -264,8 +275,10 @@ template <typename Source> void evaluator_t::runpart(void* context, std::size_t 
 {
     auto* self = static_cast<evaluator_t*>(context);
     part_t& mine = self->m_parts[part];
-    mine.points.clear();
-    self->fill(*static_cast<const Source*>(self->m_source), self->m_t, mine.begin, mine.end, mine.points);
+    // The first stretch goes straight into the output, which saves copying it.
+    std::vector<primitive_t>& points = part == 0 ? *self->m_output : mine.points;
+    points.clear();
+    self->fill(*static_cast<const Source*>(self->m_source), self->m_t, mine.begin, mine.end, points);
 }
 
 template <typename Source>
@@ -323,11 +336,13 @@ void evaluator_t::run(Source& source, float t, std::vector<primitive_t>& points,
         m_parts[part].end = index;
     }
     m_source = &source;
+    m_output = &points;
     m_t = t;
     m_pool.run(parts, &evaluator_t::runpart<Source>, this);
     m_source = nullptr;
-    for (const part_t& part : m_parts)
-        points.insert(points.end(), part.points.begin(), part.points.end());
+    m_output = nullptr;
+    for (std::size_t part = 1; part < parts; ++part)
+        points.insert(points.end(), m_parts[part].points.begin(), m_parts[part].points.end());
 }
 
 void evaluator_t::evaluate(std::vector<firework_t>& scene, float t, std::vector<primitive_t>& points,

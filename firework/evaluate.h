@@ -41,6 +41,7 @@ std::size_t primitivecount(const std::vector<firework_t>& scene);
 // stage after its burst. Unlike primitivecount it holds for shells without
 // stages too, so the viewer sizes its buffers by it.
 std::size_t pointcapacity(const std::vector<firework_t>& scene);
+std::size_t pointcapacity(const show_t& show);
 
 // Keeps what it derives from the scene's delays and film durations, so that
 // stars and shells that have burnt out cost next to nothing. The points and
@@ -102,6 +103,7 @@ private:
     std::vector<part_t> m_parts;
     std::vector<std::size_t> m_weights; // per shell: its share of this frame's work
     const void* m_source = nullptr;     // the frame being shared
+    std::vector<primitive_t>* m_output = nullptr;
     float m_t = 0.0f;
 };
 

@@ -97,6 +97,7 @@ TEST(Show, SharedDesignsExpandToTheSceneAndMemoryStaysFlat)
     ASSERT_EQ(expanded.size(), original.size());
     for (std::size_t i = 0; i < original.size(); ++i) EXPECT_TRUE(identical(expanded[i], original[i])) << i;
     for (const firework_t& header : show.shells) EXPECT_TRUE(header.fires.empty());
+    EXPECT_EQ(pointcapacity(show), pointcapacity(original));
 
     // Ten times the shells cost only their headers.
     std::vector<firework_t> few, many;
