@@ -255,7 +255,7 @@ private:
                 break;
             case in_t::basic:
             case in_t::basiclines:
-                if (c == '\\' && rest.size() > 1 && rest[1] != '\n')
+                if (c == '\\' && rest.size() > 1 && rest[1] != '\n' && static_cast<unsigned char>(rest[1]) < 0x80)
                     ++i; // an escaped quote or backslash does not end the string
                 else if (in == in_t::basic ? c == '"' : basicend)
                     in = in_t::text;
