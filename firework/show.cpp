@@ -6,6 +6,7 @@
 
 #include <cstring>
 #include <fstream>
+#include <sstream>
 
 namespace vexlor {
 
@@ -148,9 +149,16 @@ bool save(const char* path, const show_t& show)
     std::ofstream os(path, std::ios::binary | std::ios::trunc);
     if (!os)
         return false;
-    savecount(os, show.shells.size());
-    for (std::size_t i = 0; i < show.shells.size(); ++i)
-        savefirework(os, show.shells[i], show.designs[show.design[i]]);
+    // Each value ends with a flush; into memory first, so that a shell costs
+    // one write rather than one per line.
+    std::ostringstream shell;
+    savecount(shell, show.shells.size());
+    for (std::size_t i = 0; i < show.shells.size(); ++i) {
+        savefirework(shell, show.shells[i], show.designs[show.design[i]]);
+        os << shell.str();
+        shell.str({});
+    }
+    os << shell.str();
     return true;
 }
 
