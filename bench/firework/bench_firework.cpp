@@ -176,6 +176,21 @@ void BM_OpenThousandShow(benchmark::State& state) { openshowfile(state, "thousan
 BENCHMARK(BM_OpenFinaleShow)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_OpenThousandShow)->Unit(benchmark::kMillisecond);
 
+// A loaded scene shared by content: the 100-shell finale settles at one design.
+void BM_ShareFinaleScene(benchmark::State& state)
+{
+    std::size_t bytes = 0;
+    for (auto _ : state) {
+        state.PauseTiming();
+        std::vector<firework_t> scene = finale();
+        state.ResumeTiming();
+        const show_t show = sharescene(std::move(scene));
+        bytes = showbytes(show);
+    }
+    state.counters["sceneMB"] = static_cast<double>(bytes) / 1048576.0;
+}
+BENCHMARK(BM_ShareFinaleScene)->Iterations(2)->Unit(benchmark::kMillisecond);
+
 // Arguments: the time in milliseconds and the number of threads.
 void showframe(benchmark::State& state, const char* name)
 {
