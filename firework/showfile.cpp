@@ -443,6 +443,11 @@ private:
         entry.file = (file.is_absolute() ? file : m_folder / file).string();
         if (m_scenes.count(entry.file) != 0)
             return;
+        fileformat_t format = fileformat_t::scene;
+        if (sniffformat(entry.file.c_str(), format) && format == fileformat_t::show) {
+            problem(node.source(), "scene file: " + entry.file + " is a show file; a show includes scene files only");
+            return;
+        }
         std::vector<firework_t> scene;
         std::string message;
         if (!readscenefile(entry.file.c_str(), scene, message, m_progress)) {
