@@ -120,42 +120,229 @@ std::size_t pointcapacity(const std::vector<firework_t>& scene)
     return count;
 }
 
+namespace {
+
+// What the evaluation reads of a scene: each firework holds its own stars.
+struct scenesource_t {
+    std::vector<firework_t>& scene;
+    std::size_t size() const { return scene.size(); }
+    firework_t& shell(std::size_t i) const { return scene[i]; }
+    const std::vector<fire_t>& fires(std::size_t i) const { return scene[i].fires; }
+    std::size_t limits(std::size_t i) const { return i; }
+};
+
+// And of a show: the stars are its shell's design.
+struct showsource_t {
+    show_t& show;
+    std::size_t size() const { return show.shells.size(); }
+    firework_t& shell(std::size_t i) const { return show.shells[i]; }
+    const std::vector<fire_t>& fires(std::size_t i) const { return show.designs[show.design[i]]; }
+    std::size_t limits(std::size_t i) const { return show.design[i]; }
+};
+
+constexpr std::size_t partsperthread = 4;
+
+} // namespace
+
+void evaluator_t::addlimits(const std::vector<fire_t>& fires)
+{
+    shelllimits_t limits;
+    limits.firststar = m_stars.size();
+    limits.stars = fires.size();
+    limits.burnout = -std::numeric_limits<double>::infinity();
+    for (const fire_t& fire : fires) {
+        m_stars.push_back(starlimits(fire));
+        limits.burnout = std::max(limits.burnout, m_stars.back().burnout);
+    }
+    m_limits.push_back(limits);
+}
+
+std::size_t pointcapacity(const show_t& show)
+{
+    std::vector<std::size_t> stages(show.designs.size(), 0);
+    for (std::size_t i = 0; i < show.designs.size(); ++i)
+        for (const fire_t& fire : show.designs[i]) stages[i] += fire.powders.size();
+    std::size_t count = 0;
+    for (std::size_t design : show.design)
+        count += std::max<std::size_t>(stages[design], 1);
+    return count;
+}
+
 void evaluator_t::prepare(const std::vector<firework_t>& scene)
 {
     std::size_t stars = 0;
     for (const firework_t& firework : scene)
         stars += firework.fires.size();
-    m_shells.clear();
+    m_limits.clear();
     m_stars.clear();
-    m_shells.reserve(scene.size());
+    m_limits.reserve(scene.size());
     m_stars.reserve(stars);
-    for (const firework_t& firework : scene) {
-        shelllimits_t shell;
-        shell.firststar = m_stars.size();
-        shell.stars = firework.fires.size();
-        shell.burnout = -std::numeric_limits<double>::infinity();
-        for (const fire_t& fire : firework.fires) {
-            m_stars.push_back(starlimits(fire));
-            shell.burnout = std::max(shell.burnout, m_stars.back().burnout);
-        }
-        m_shells.push_back(shell);
-    }
+    for (const firework_t& firework : scene)
+        addlimits(firework.fires);
+    m_show = false;
 }
+
+void evaluator_t::prepare(const show_t& show)
+{
+    std::size_t stars = 0;
+    for (const std::vector<fire_t>& fires : show.designs)
+        stars += fires.size();
+    m_limits.clear();
+    m_stars.clear();
+    m_limits.reserve(show.designs.size());
+    m_stars.reserve(stars);
+    for (const std::vector<fire_t>& fires : show.designs)
+        addlimits(fires);
+    m_show = true;
+}
+
+namespace {
+
+template <typename Limits> bool samecounts(const std::vector<fire_t>& fires, const Limits& limits, const starlimits_t* star)
+{
+    if (fires.size() != limits.stars)
+        return false;
+    for (std::size_t k = 0; k < fires.size(); ++k)
+        if (fires[k].powders.size() != star[k].powders)
+            return false;
+    return true;
+}
+
+} // namespace
 
 bool evaluator_t::matches(const std::vector<firework_t>& scene) const
 {
-    if (scene.size() != m_shells.size())
+    if (m_show || scene.size() != m_limits.size())
         return false;
-    for (std::size_t i = 0; i < scene.size(); ++i) {
-        const std::vector<fire_t>& fires = scene[i].fires;
-        if (fires.size() != m_shells[i].stars)
+    for (std::size_t i = 0; i < scene.size(); ++i)
+        if (!samecounts(scene[i].fires, m_limits[i], m_stars.data() + m_limits[i].firststar))
             return false;
-        const starlimits_t* star = m_stars.data() + m_shells[i].firststar;
-        for (std::size_t k = 0; k < fires.size(); ++k)
-            if (fires[k].powders.size() != star[k].powders)
-                return false;
-    }
     return true;
+}
+
+bool evaluator_t::matches(const show_t& show) const
+{
+    if (!m_show || show.designs.size() != m_limits.size())
+        return false;
+    for (std::size_t i = 0; i < show.designs.size(); ++i)
+        if (!samecounts(show.designs[i], m_limits[i], m_stars.data() + m_limits[i].firststar))
+            return false;
+    return true;
+}
+
+bool evaluator_t::setthreads(unsigned threads)
+{
+    const unsigned workers = threads > 1 ? threads - 1 : 0;
+    const bool started = m_pool.Init(workers);
+    m_parts.resize(m_pool.workers() > 0 ? partsperthread * (m_pool.workers() + 1) : 0);
+    return started;
+}
+
+// The points of shells begin to end, in order: the sounds and flags are the
+// caller's, so this reads the source only and runs on any thread.
+template <typename Source>
+void evaluator_t::fill(const Source& source, float t, std::size_t begin, std::size_t end,
+                       std::vector<primitive_t>& points) const
+{
+    for (std::size_t index = begin; index < end; ++index) {
+        const firework_t& firework = source.shell(index);
+        if (firework.time >= t)
+            continue;
+        const float d = t - firework.time;
+        const primitive_t shell{ballistic(firework.position, firework.velocity, d, firework.drag),
+                                firework.size, firework.color};
+        if (firework.fuse >= d) {
+            points.push_back(shell);
+            continue;
+        }
+        const float b = d - firework.fuse;
+        const shelllimits_t& limits = m_limits[source.limits(index)];
+        if (static_cast<double>(b) > limits.burnout)
+            continue;
+        const geokit::position3_t B =
+            ballistic(firework.position, firework.velocity, firework.fuse, firework.drag);
+        const std::vector<fire_t>& fires = source.fires(index);
+        for (std::size_t k = 0; k < fires.size(); ++k) {
+            const starlimits_t& star = m_stars[limits.firststar + k];
+            if (static_cast<double>(b) > star.burnout)
+                continue;
+            evaluatestar(fires[k], star, B, shell, b, points);
+        }
+    }
+}
+
+template <typename Source> void evaluator_t::runpart(void* context, std::size_t part)
+{
+    auto* self = static_cast<evaluator_t*>(context);
+    part_t& mine = self->m_parts[part];
+    // The first stretch goes straight into the output, which saves copying it.
+    std::vector<primitive_t>& points = part == 0 ? *self->m_output : mine.points;
+    points.clear();
+    self->fill(*static_cast<const Source*>(self->m_source), self->m_t, mine.begin, mine.end, points);
+}
+
+template <typename Source>
+void evaluator_t::run(Source& source, float t, std::vector<primitive_t>& points, const soundfunc_t& onsound)
+{
+    points.clear();
+    const std::size_t count = source.size();
+    const bool shared = !m_parts.empty();
+    if (shared && m_weights.size() < count)
+        m_weights.resize(count);
+    // Sounds and flags in order on this thread; meanwhile each shell's share
+    // of the work: one point while rising, its stars while any may show.
+    std::size_t total = 0;
+    for (std::size_t index = 0; index < count; ++index) {
+        firework_t& firework = source.shell(index);
+        std::size_t weight = 0;
+        if (firework.time >= t) {
+            firework.launched = false;
+        } else {
+            if (!firework.launched) {
+                onsound(index, sound_t::launch);
+                firework.launched = true;
+            }
+            const float d = t - firework.time;
+            if (firework.fuse >= d) {
+                firework.exploded = false;
+                weight = 1;
+            } else {
+                if (!firework.exploded) {
+                    onsound(index, sound_t::burst);
+                    firework.exploded = true;
+                }
+                const shelllimits_t& limits = m_limits[source.limits(index)];
+                weight = static_cast<double>(d - firework.fuse) > limits.burnout ? 0 : 1 + limits.stars;
+            }
+        }
+        if (shared)
+            m_weights[index] = weight;
+        total += weight;
+    }
+    if (!shared) {
+        fill(source, t, 0, count, points);
+        return;
+    }
+
+    // Stretches of about equal work; threads take them as they come free.
+    const std::size_t parts = m_parts.size();
+    std::size_t index = 0;
+    std::size_t done = 0;
+    for (std::size_t part = 0; part < parts; ++part) {
+        m_parts[part].begin = index;
+        const std::size_t goal = total / parts * (part + 1) + total % parts * (part + 1) / parts;
+        while (index < count && (done < goal || part + 1 == parts))
+            done += m_weights[index++];
+        m_parts[part].end = index;
+    }
+    m_source = &source;
+    m_output = &points;
+    m_t = t;
+    m_pool.run(parts, &evaluator_t::runpart<Source>, this);
+    m_source = nullptr;
+    m_output = nullptr;
+    for (std::size_t part = 1; part < parts; ++part)
+        points.insert(points.end(), m_parts[part].points.begin(), m_parts[part].points.end());
 }
 
 void evaluator_t::evaluate(std::vector<firework_t>& scene, float t, std::vector<primitive_t>& points,
@@ -163,43 +350,16 @@ void evaluator_t::evaluate(std::vector<firework_t>& scene, float t, std::vector<
 {
     if (!matches(scene))
         prepare(scene);
-    points.clear();
-    for (std::size_t index = 0; index < scene.size(); ++index) {
-        firework_t& firework = scene[index];
-        if (firework.time >= t) {
-            firework.launched = false;
-            continue;
-        }
-        if (!firework.launched) {
-            onsound(index, sound_t::launch);
-            firework.launched = true;
-        }
-        const float d = t - firework.time;
-        const primitive_t shell{ballistic(firework.position, firework.velocity, d, firework.drag),
-                                firework.size, firework.color};
-        if (firework.fuse >= d) {
-            firework.exploded = false;
-            points.push_back(shell);
-            continue;
-        }
-        if (!firework.exploded) {
-            onsound(index, sound_t::burst);
-            firework.exploded = true;
-        }
-        const float b = d - firework.fuse;
-        const shelllimits_t& limits = m_shells[index];
-        if (static_cast<double>(b) > limits.burnout)
-            continue;
-        const geokit::position3_t B =
-            ballistic(firework.position, firework.velocity, firework.fuse, firework.drag);
-        for (std::size_t k = 0; k < firework.fires.size(); ++k) {
-            const fire_t& fire = firework.fires[k];
-            const starlimits_t& star = m_stars[limits.firststar + k];
-            if (static_cast<double>(b) > star.burnout)
-                continue;
-            evaluatestar(fire, star, B, shell, b, points);
-        }
-    }
+    scenesource_t source{scene};
+    run(source, t, points, onsound);
+}
+
+void evaluator_t::evaluate(show_t& show, float t, std::vector<primitive_t>& points, const soundfunc_t& onsound)
+{
+    if (!matches(show))
+        prepare(show);
+    showsource_t source{show};
+    run(source, t, points, onsound);
 }
 
 } // namespace vexlor

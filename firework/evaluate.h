@@ -5,7 +5,9 @@
 
 #include "firework/firework.h"
 #include "firework/primitive.h"
+#include "firework/show.h"
 #include "firework/starlimits.h"
+#include "utils/workerpool.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -39,24 +41,36 @@ std::size_t primitivecount(const std::vector<firework_t>& scene);
 // stage after its burst. Unlike primitivecount it holds for shells without
 // stages too, so the viewer sizes its buffers by it.
 std::size_t pointcapacity(const std::vector<firework_t>& scene);
+std::size_t pointcapacity(const show_t& show);
 
 // Keeps what it derives from the scene's delays and film durations, so that
 // stars and shells that have burnt out cost next to nothing. The points and
 // sounds are exactly those of the plain step-by-step evaluation, for any t in
-// any order (restart, stepping back, pause).
+// any order (restart, stepping back, pause), however many threads share the
+// work. A show_t is evaluated exactly as its expansion would be, with the
+// limits derived once per design.
 class evaluator_t {
 public:
     // Derives the limits; call it after building or loading a scene and after
     // changing delays, films or the shape of the scene. Positions, velocities,
     // colours, sizes, drags, fuses and launch times may change freely.
     void prepare(const std::vector<firework_t>& scene);
+    void prepare(const show_t& show);
 
     // Clears `points` (keeping its capacity) and refills it for time t, sets
-    // the sound flags of each firework and reports every sound to play.
+    // the sound flags of each firework and reports every sound to play, the
+    // index being the shell's in the scene (in the expansion for a show).
     // A scene whose counts of shells, stars or stages no longer match the
     // limits is prepared again.
     void evaluate(std::vector<firework_t>& scene, float t, std::vector<primitive_t>& points,
                   const soundfunc_t& onsound);
+    void evaluate(show_t& show, float t, std::vector<primitive_t>& points, const soundfunc_t& onsound);
+
+    // Shares the points of each frame among `threads` threads, the caller
+    // being one of them (1, the default, keeps it all on the caller). The
+    // points come out the same and in the same order. False when the threads
+    // could not be started; the evaluation then stays on the caller.
+    bool setthreads(unsigned threads);
 
 private:
     struct shelllimits_t {
@@ -65,10 +79,32 @@ private:
         double burnout = 0.0; // latest time since the burst at which any star shows
     };
 
-    bool matches(const std::vector<firework_t>& scene) const;
+    // A stretch of shells evaluated into its own buffer when threads share a frame.
+    struct part_t {
+        std::size_t begin = 0;
+        std::size_t end = 0;
+        std::vector<primitive_t> points;
+    };
 
-    std::vector<shelllimits_t> m_shells;
+    void addlimits(const std::vector<fire_t>& fires);
+    bool matches(const std::vector<firework_t>& scene) const;
+    bool matches(const show_t& show) const;
+    template <typename Source> void run(Source& source, float t, std::vector<primitive_t>& points,
+                                        const soundfunc_t& onsound);
+    template <typename Source> void fill(const Source& source, float t, std::size_t begin, std::size_t end,
+                                         std::vector<primitive_t>& points) const;
+    template <typename Source> static void runpart(void* context, std::size_t part);
+
+    std::vector<shelllimits_t> m_limits; // per shell of a scene, per design of a show
     std::vector<starlimits_t> m_stars;
+    bool m_show = false; // the limits are per design
+
+    basekit::workerpool_t m_pool;
+    std::vector<part_t> m_parts;
+    std::vector<std::size_t> m_weights; // per shell: its share of this frame's work
+    const void* m_source = nullptr;     // the frame being shared
+    std::vector<primitive_t>* m_output = nullptr;
+    float m_t = 0.0f;
 };
 
 } // namespace vexlor

@@ -59,7 +59,14 @@ void savefire(std::ostream& os, const fire_t& fire)
         savepowder(os, powder);
 }
 
-void savefirework(std::ostream& os, const firework_t& firework)
+} // namespace
+
+void savecount(std::ostream& os, std::size_t count)
+{
+    putcount(os, count);
+}
+
+void savefirework(std::ostream& os, const firework_t& firework, const std::vector<fire_t>& fires)
 {
     putnumber(os, firework.time);
     put(os, firework.position);
@@ -68,10 +75,12 @@ void savefirework(std::ostream& os, const firework_t& firework)
     putnumber(os, firework.size);
     putnumber(os, firework.drag);
     put(os, firework.color);
-    putcount(os, firework.fires.size());
-    for (const fire_t& fire : firework.fires)
+    putcount(os, fires.size());
+    for (const fire_t& fire : fires)
         savefire(os, fire);
 }
+
+namespace {
 
 // The state of one load: the file, the one line buffer that a failed read
 // leaves as it was, and the one string stream that every geometry value goes
@@ -164,7 +173,7 @@ bool save(const char* path, const std::vector<firework_t>& scene)
     os.imbue(std::locale::classic());
     putcount(os, scene.size());
     for (const firework_t& firework : scene)
-        savefirework(os, firework);
+        savefirework(os, firework, firework.fires);
     return true;
 }
 

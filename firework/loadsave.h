@@ -6,6 +6,7 @@
 #include "firework/firework.h"
 
 #include <fstream>
+#include <ostream>
 #include <vector>
 
 namespace vexlor {
@@ -13,6 +14,11 @@ namespace vexlor {
 // False only when the file cannot be opened for writing. A scene of finite
 // numbers gives a file that readscene() accepts.
 bool save(const char* path, const std::vector<firework_t>& scene);
+
+// The pieces of save, for writers that keep shells and stars apart: a count
+// line, and one firework record with the given fires in place of its own.
+void savecount(std::ostream& os, std::size_t count);
+void savefirework(std::ostream& os, const firework_t& firework, const std::vector<fire_t>& fires);
 
 // Replaces the scene with the file's content. False when the file cannot be
 // opened (scene untouched) or a line was missing (scene as far as it was read).

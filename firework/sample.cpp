@@ -3,6 +3,8 @@
 // directions) are what the shows are tuned to; keep them.
 #include "firework/sample.h"
 
+#include "utils/classicrand.h"
+
 #include <cmath>
 #include <cstdlib>
 
@@ -85,7 +87,12 @@ void makesimple(std::vector<firework_t>& scene, float speed, const geokit::color
 
 void makesingle(std::vector<firework_t>& scene)
 {
-    const powder_t outer = standardpowder(white);
+    makesingle(scene, white);
+}
+
+void makesingle(std::vector<firework_t>& scene, const geokit::color3a_t& color)
+{
+    const powder_t outer = standardpowder(color);
     const powder_t red = standardpowder({1.0f, 0.5f, 0.5f, 1.0f});
     const powder_t inner = standardpowder(white);
     constexpr float speed = 12.5f;
@@ -121,9 +128,9 @@ void makerandom(std::vector<firework_t>& scene)
     scene.reserve(25);
     for (int i = 0; i < 20; ++i) {
         makesimple(scene, 6.25f, white);
-        const int r1 = std::rand();
-        const int r2 = std::rand();
-        const int r3 = std::rand();
+        const int r1 = basekit::classicrand();
+        const int r2 = basekit::classicrand();
+        const int r3 = basekit::classicrand();
         firework_t& shell = scene[static_cast<std::size_t>(i)];
         shell.time = static_cast<float>(i) * 0.0675f;
         shell.velocity = {static_cast<float>(r1 / 32767.0 * 10.0 - 5.0),
@@ -163,7 +170,11 @@ void makeminiexhibition(std::vector<firework_t>& scene)
 
 void makeblink(std::vector<firework_t>& scene)
 {
-    constexpr geokit::color3a_t warm{1.0f, 1.0f, 0.75f, 1.0f};
+    makeblink(scene, {1.0f, 1.0f, 0.75f, 1.0f});
+}
+
+void makeblink(std::vector<firework_t>& scene, const geokit::color3a_t& warm)
+{
     powder_t blink{0.0f, 125.0f, 0.9f, {}};
     blink.films.reserve(320);
     for (int k = 0; k < 160; ++k) {
@@ -179,8 +190,13 @@ void makeblink(std::vector<firework_t>& scene)
 
 void makesusuki(std::vector<firework_t>& scene)
 {
+    makesusuki(scene, {1.0f, 0.75f, 0.5f, 1.0f});
+}
+
+void makesusuki(std::vector<firework_t>& scene, const geokit::color3a_t& sparkcolor)
+{
     const film_t star{10.0f, {0.82f, 0.82f, 0.82f, 1.0f}, {0.75f, 0.75f, 0.75f, 1.0f}};
-    const film_t spark{0.25f, {1.0f, 0.75f, 0.5f, 1.0f}, black};
+    const film_t spark{0.25f, sparkcolor, black};
     const powder_t carrier{0.0f, 25.0f, 0.95f, {star}};
     const powder_t sparks{0.03125f, 12.5f, 0.9f, {spark}};
     const auto copies = static_cast<std::size_t>(10.0 / sparks.delay);

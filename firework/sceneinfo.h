@@ -3,6 +3,7 @@
 #pragma once
 
 #include "firework/firework.h"
+#include "firework/show.h"
 
 #include <cstddef>
 #include <vector>
@@ -18,6 +19,9 @@ struct scenecounts_t {
 
 scenecounts_t countscene(const std::vector<firework_t>& scene);
 
+// The counts of the show's expansion.
+scenecounts_t countshow(const show_t& show);
+
 struct showrun_t {
     bool ends = false;         // a frame without points came within the limit
     float length = 0.0f;       // scene time of the first empty frame, refined;
@@ -32,5 +36,6 @@ struct showrun_t {
 // `limit` in seconds. The end is then refined between the last two frames.
 // The sound flags are cleared afterwards, as after a load or a restart.
 showrun_t runshow(std::vector<firework_t>& scene, double framerate = 60.0, double limit = 3600.0);
+showrun_t runshow(show_t& show, double framerate = 60.0, double limit = 3600.0);
 
 } // namespace vexlor

@@ -3,12 +3,15 @@
 // saving, checking and loading the susuki scene file, and the strict reader's
 // time and peak memory on large scene files against the scene's own memory.
 // VEXLOR_BENCH_SCENE=FILE adds that file (bench/app's makefinale writes the
-// 100-shell finale) to the memory benchmark.
+// 100-shell finale) to the memory benchmark. Then the show files of
+// the gallery: reading, building and preparing them, their memory and their
+// busiest frames on one and two threads.
 #include "firework/evaluate.h"
 #include "firework/loadsave.h"
 #include "firework/sample.h"
 #include "firework/scenecheck.h"
 #include "firework/scenereader.h"
+#include "firework/showfile.h"
 #include "tests/firework/reference.h"
 
 #include <benchmark/benchmark.h>
@@ -260,6 +263,74 @@ void BM_ReadFinalePeak(benchmark::State& state) { memory(state, finalefile(stati
 void BM_LoadFinalePeak(benchmark::State& state) { memory(state, finalefile(static_cast<std::size_t>(state.range(0))), false); }
 BENCHMARK(BM_ReadFinalePeak)->Arg(1)->Arg(10)->Iterations(3)->UseManualTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_LoadFinalePeak)->Arg(10)->Iterations(3)->UseManualTime()->Unit(benchmark::kMillisecond);
+// Show files: read, built (each design made once) and prepared, as the viewer would.
+show_t readshow(const char* name)
+{
+    show_t show;
+    std::vector<std::string> problems;
+    const std::string path = std::string(SHOWS) + "/" + name;
+    if (!readshowfile(path.c_str(), show, problems))
+        std::fprintf(stderr, "%s\n", problems.empty() ? path.c_str() : problems.front().c_str());
+    return show;
+}
+
+void openshowfile(benchmark::State& state, const char* name)
+{
+    std::size_t bytes = 0;
+    for (auto _ : state) {
+        show_t show = readshow(name);
+        evaluator_t evaluator;
+        evaluator.prepare(show);
+        bytes = showbytes(show);
+        benchmark::DoNotOptimize(show.shells.data());
+    }
+    state.counters["sceneMB"] = static_cast<double>(bytes) / 1048576.0;
+}
+
+void BM_OpenFinaleShow(benchmark::State& state) { openshowfile(state, "finale.toml"); }
+void BM_OpenThousandShow(benchmark::State& state) { openshowfile(state, "thousand.toml"); }
+BENCHMARK(BM_OpenFinaleShow)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_OpenThousandShow)->Unit(benchmark::kMillisecond);
+
+// A loaded scene shared by content: the 100-shell finale settles at one design.
+void BM_ShareFinaleScene(benchmark::State& state)
+{
+    std::size_t bytes = 0;
+    for (auto _ : state) {
+        state.PauseTiming();
+        std::vector<firework_t> scene = finale();
+        state.ResumeTiming();
+        const show_t show = sharescene(std::move(scene));
+        bytes = showbytes(show);
+    }
+    state.counters["sceneMB"] = static_cast<double>(bytes) / 1048576.0;
+}
+BENCHMARK(BM_ShareFinaleScene)->Iterations(2)->Unit(benchmark::kMillisecond);
+
+// Arguments: the time in milliseconds and the number of threads.
+void showframe(benchmark::State& state, const char* name)
+{
+    show_t show = readshow(name);
+    evaluator_t evaluator;
+    evaluator.setthreads(static_cast<unsigned>(state.range(1)));
+    std::vector<primitive_t> points;
+    const soundfunc_t silent = [](std::size_t, sound_t) {};
+    const float t = seconds(state);
+    evaluator.evaluate(show, t, points, silent); // prepares, and warms the buffers
+    for (auto _ : state) {
+        evaluator.evaluate(show, t, points, silent);
+        benchmark::DoNotOptimize(points.data());
+    }
+    state.counters["points"] = static_cast<double>(points.size());
+}
+
+void BM_FinaleShowFrame(benchmark::State& state) { showframe(state, "finale.toml"); }
+void BM_ThousandShowFrame(benchmark::State& state) { showframe(state, "thousand.toml"); }
+// The finale's busiest stretch, as BM_FinaleFrame; the thousand's busiest frame (21.9 s) and others.
+BENCHMARK(BM_FinaleShowFrame)->Args({14000, 1})->Args({30000, 1})->Args({30000, 2})->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_ThousandShowFrame)
+    ->Args({21900, 1})->Args({21900, 2})->Args({40000, 1})->Args({40000, 2})
+    ->Unit(benchmark::kMillisecond)->UseRealTime();
 
 } // namespace
 

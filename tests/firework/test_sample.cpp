@@ -2,9 +2,11 @@
 // in double precision from the sweep and rotation rules.
 #include "firework/sample.h"
 #include "tests/firework/scenes.h"
+#include "utils/classicrand.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 
@@ -87,18 +89,32 @@ TEST(Sample, EveryShowsCountsAndChosenValues)
     EXPECT_TRUE(s.delay == 0.03125f && s.size == 12.5f && s.drag == 0.9f && s.films[0].duration == 0.25f &&
                 same(s.films[0].from, {1, 0.75f, 0.5f, 1}) && same(s.films[0].to, {0, 0, 0, 1}));
 
-    // Random and miniexhibition set their shells by index; random's velocities are three rand() draws each.
+    // Random and miniexhibition set their shells by index; random's velocities
+    // are three draws each of the classic 15-bit rand(), over the full
+    // described ranges: x -5 to 5, y -2.5 to 2.5, z 15 to 20.
     scene.clear();
-    std::srand(7);
+    basekit::classicsrand(1);
     makerandom(scene);
     ASSERT_EQ(scene.size(), 23u);
-    std::srand(7);
+    // The first draws of seed 1 are 41, 18467 and 6334.
+    EXPECT_TRUE(scene[0].velocity.x == float(41 / 32767.0 * 10.0 - 5.0) && scene[0].velocity.y == float(18467 / 32767.0 * 5.0 - 2.5)
+                && scene[0].velocity.z == float(6334 / 32767.0 * 5.0 + 15.0));
+    float low[3] = {99, 99, 99}, high[3] = {-99, -99, -99};
     for (std::size_t k = 0; k < 20; ++k) {
-        const double x = std::rand() / 32767.0, y = std::rand() / 32767.0, z = std::rand() / 32767.0;
-        const geokit::direction3_t v = scene[k].velocity;
         EXPECT_FLOAT_EQ(scene[k].time, 0.0675 * static_cast<double>(k));
-        EXPECT_TRUE(v.x == float(x * 10.0 - 5.0) && v.y == float(y * 5.0 - 2.5) && v.z == float(z * 5.0 + 15.0)) << k;
+        const float v[3] = {scene[k].velocity.x, scene[k].velocity.y, scene[k].velocity.z};
+        for (int c = 0; c < 3; ++c) low[c] = std::min(low[c], v[c]), high[c] = std::max(high[c], v[c]);
     }
+    // Twenty draws spread over most of each range and never beyond it.
+    const float from[3] = {-5.0f, -2.5f, 15.0f}, to[3] = {5.0f, 2.5f, 20.0f};
+    for (int c = 0; c < 3; ++c) {
+        EXPECT_TRUE(low[c] >= from[c] && high[c] <= to[c]) << c;
+        EXPECT_GT(high[c] - low[c], 0.6f * (to[c] - from[c])) << c;
+    }
+    std::vector<firework_t> again;
+    basekit::classicsrand(1);
+    makerandom(again);
+    EXPECT_TRUE(again[19].velocity.x == scene[19].velocity.x && again[19].velocity.z == scene[19].velocity.z);
     expectshell(scene[20], 2.5f, -5.0f, 15.0f, 464u);
     expectshell(scene[21], 2.5f, 5.0f, 15.0f, 464u);
     expectshell(scene[22], 2.75f, 0.0f, 17.5f, 464u);

@@ -1,7 +1,12 @@
 // vexlor-scene run as a program: usage, the six shows written and read back,
-// the checker's verdicts and the facts that info prints.
+// the checker's verdicts and the facts that info prints; show files checked,
+// described and expanded, and every show of the gallery checked.
 #include "firework/loadsave.h"
+#include "firework/openshow.h"
+#include "firework/show.h"
 #include "tests/firework/scenes.h"
+
+#include <filesystem>
 
 #include <gtest/gtest.h>
 
@@ -43,7 +48,7 @@ TEST(SceneTool, MakeCheckInfoHelpAndUsage)
     for (const char* environment : {"", "LC_ALL=de_DE.UTF-8"}) {
         const result_t info = run(dir, "info " + dir.path + "/susuki.scene", environment);
         EXPECT_EQ(info.status, 0);
-        EXPECT_EQ(info.out, "fireworks: 1\nfires: 176\npowders: 56496\nfilms: 56496\npoints reserved: 56496\n"
+        EXPECT_EQ(info.out, "fireworks: 1\ndesigns: 1\nfires: 176\npowders: 56496\nfilms: 56496\n"
                             "length: 12.250 s\nlargest frame: 1760 points at 2.500 s\nsounds: 2\n") << environment;
     }
 
@@ -61,4 +66,56 @@ TEST(SceneTool, MakeCheckInfoHelpAndUsage)
     const result_t checked = run(dir, "info " + broken); // info checks first: load would hang on this file
     EXPECT_TRUE(checked.status == 1 && checked.out.empty());
     EXPECT_EQ(checked.err, broken + ":3: expected the launch position as pos3(x, y, z), found \"1, 2, 3\"\n");
+}
+
+TEST(SceneTool, ShowFilesCheckedDescribedAndExpanded)
+{
+    tempdir dir;
+    const std::string show = dir.write("salvo.toml", "# two rows\n[[shell]]\nkind = \"simple\"\ntime = 0\ncount = 3\n"
+                                                     "interval = 0.5\nstep = [10, 0, 0]\n\n[[shell]]\nkind = \"single\"\ntime = 1\n");
+    EXPECT_EQ(run(dir, "check " + show).status, 0);
+    const result_t info = run(dir, "info " + show);
+    EXPECT_EQ(info.status, 0);
+    EXPECT_EQ(info.out.substr(0, info.out.find("length")),
+              "fireworks: 4\ndesigns: 2\nfires: 992\npowders: 992\nfilms: 992\n");
+    // The expansion is an ordinary scene file that reads back as the same show.
+    const std::string scene = dir.path + "/salvo.scene";
+    ASSERT_EQ(run(dir, "expand " + show + " " + scene).status, 0);
+    EXPECT_EQ(run(dir, "check " + scene).status, 0);
+    EXPECT_EQ(run(dir, "info " + scene).out, info.out);
+    std::vector<vexlor::firework_t> loaded;
+    ASSERT_TRUE(vexlor::load(scene.c_str(), loaded));
+    ASSERT_EQ(loaded.size(), 4u);
+    EXPECT_TRUE(loaded[2].time == 1.0f && loaded[2].position.x == 20.0f && loaded[3].fires.size() == 464u);
+    EXPECT_EQ(run(dir, "expand random " + dir.path + "/random.scene").status, 0);
+
+    // Every problem, each on its own line with its position; nothing on standard output.
+    const std::string bad = dir.write("bad.toml", "[[shell]]\nkind = \"sparkler\"\ntime = 0\n[[shell]]\nkind = \"blink\"\n"
+                                                  "time = -2\ncount = 100001\n");
+    const result_t checked = run(dir, "check " + bad);
+    EXPECT_TRUE(checked.status == 1 && checked.out.empty());
+    EXPECT_EQ(checked.err, bad + ":2:8: unknown kind \"sparkler\" (choose single, simple, blink, susuki, random, miniexhibition or scene)\n"
+                           + bad + ":6:8: time must not be negative\n"
+                           + bad + ":7:9: count 100001 exceeds the limit of 100000 shells in a show\n");
+    // Info and expand stop at the first problem; a failed expand writes nothing.
+    const result_t expanded = run(dir, "expand " + bad + " " + dir.path + "/bad.scene");
+    EXPECT_TRUE(expanded.status == 1 && expanded.err == bad + ":2:8: unknown kind \"sparkler\" (choose single, simple, "
+                                                             "blink, susuki, random, miniexhibition or scene)\n");
+    EXPECT_FALSE(std::filesystem::exists(dir.path + "/bad.scene"));
+    EXPECT_EQ(run(dir, "info " + dir.path + "/none.toml").status, 1);
+    EXPECT_EQ(run(dir, "expand " + show).status, 2);
+}
+
+TEST(SceneTool, EveryShowOfTheGalleryPasses)
+{
+    tempdir dir;
+    std::size_t shows = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(SHOWS)) {
+        if (entry.path().extension() != ".toml")
+            continue;
+        const result_t checked = run(dir, "check " + entry.path().string());
+        EXPECT_TRUE(checked.status == 0 && checked.err.empty()) << checked.err;
+        ++shows;
+    }
+    EXPECT_GE(shows, 4u);
 }

@@ -1,16 +1,15 @@
-// vexlor-scene: the shows the viewer cannot build by itself, as scene files,
-// and a look into scene files before the viewer plays them.
+// vexlor-scene: the built-in shows as scene files, show files expanded into
+// scene files, and a look into either before the viewer plays them.
 // Exit status: 0 done, 1 the file is bad or cannot be written, 2 usage error
 // (an empty file name included).
-#include "firework/evaluate.h"
+#include "firework/builtin.h"
 #include "firework/loadsave.h"
-#include "firework/sample.h"
-#include "firework/scenereader.h"
+#include "firework/openshow.h"
+#include "firework/scenecheck.h"
 #include "firework/sceneinfo.h"
+#include "firework/showfile.h"
 
 #include <cstdio>
-#include <cstring>
-#include <functional>
 #include <iostream>
 #include <string>
 #include <vector>
@@ -25,37 +24,26 @@ const char* const helptext =
     "Usage: vexlor-scene make SHOW FILE\n"
     "       vexlor-scene check FILE\n"
     "       vexlor-scene info FILE\n"
+    "       vexlor-scene expand SHOWFILE SCENEFILE\n"
     "Writes the built-in shows of the vexlor fireworks viewer to scene files,\n"
-    "checks scene files and tells what is in them.\n"
+    "checks show and scene files, tells what is in them and expands show files\n"
+    "into scene files. Show and scene files are told apart by their content.\n"
     "\n"
-    "  make SHOW FILE  write the show SHOW to FILE; SHOW is one of\n"
-    "                  single, simple, random, miniexhibition, blink, susuki\n"
-    "  check FILE      check that the viewer can load FILE; a problem is printed\n"
-    "                  as FILE:LINE: what is wrong\n"
-    "  info FILE       print the counts of fireworks, fires, powders and films,\n"
-    "                  the show's length until nothing is left to draw and the\n"
-    "                  largest number of points in one frame (60 frames a second)\n"
-    "  --help          print this help\n"
+    "  make SHOW FILE      write the show SHOW to FILE; SHOW is one of\n"
+    "                      single, simple, random, miniexhibition, blink, susuki\n"
+    "  check FILE          check that the viewer can play FILE; every problem is\n"
+    "                      printed as FILE:LINE:COLUMN: what is wrong (scene\n"
+    "                      files: FILE:LINE: what is wrong)\n"
+    "  info FILE           print the counts of fireworks, distinct designs, fires,\n"
+    "                      powders and films, the show's length until nothing is\n"
+    "                      left to draw and the largest number of points in one\n"
+    "                      frame (60 frames a second); FILE may also name a\n"
+    "                      built-in show\n"
+    "  expand SHOW SCENE   write SHOW (a show file, scene file or built-in show)\n"
+    "                      as the scene file SCENE\n"
+    "  --help              print this help\n"
     "\n"
     "Exit status: 0 done, 1 bad or unwritable file, 2 usage error.\n";
-
-struct show_t {
-    const char* name;
-    std::function<void(std::vector<firework_t>&)> make;
-};
-
-const std::vector<show_t>& shows()
-{
-    static const std::vector<show_t> list{
-        {"single", vexlor::makesingle},
-        {"simple", [](std::vector<firework_t>& scene) { vexlor::makesimple(scene, 6.25f, {1.0f, 1.0f, 1.0f, 1.0f}); }},
-        {"random", vexlor::makerandom},
-        {"miniexhibition", vexlor::makeminiexhibition},
-        {"blink", vexlor::makeblink},
-        {"susuki", vexlor::makesusuki},
-    };
-    return list;
-}
 
 int usage(const std::string& problem)
 {
@@ -63,51 +51,65 @@ int usage(const std::string& problem)
     return 2;
 }
 
-int make(const char* name, const char* path)
+int make(const std::string& name, const char* path)
 {
-    for (const show_t& show : shows()) {
-        if (std::strcmp(show.name, name) != 0)
-            continue;
-        std::vector<firework_t> scene;
-        show.make(scene);
-        if (!vexlor::save(path, scene)) {
-            std::cerr << path << ": cannot write the file" << std::endl;
+    std::vector<firework_t> scene;
+    if (!vexlor::makebuiltin(name, scene))
+        return usage("unknown show \"" + name + "\" (choose " + vexlor::builtinchoice() + ")");
+    if (!vexlor::save(path, scene)) {
+        std::cerr << path << ": cannot write the file" << std::endl;
+        return 1;
+    }
+    return 0;
+}
+
+int check(const char* path)
+{
+    vexlor::fileformat_t format;
+    if (!vexlor::sniffformat(path, format)) {
+        std::cerr << path << ": cannot read the file" << std::endl;
+        return 1;
+    }
+    if (format == vexlor::fileformat_t::scene) {
+        std::string message;
+        if (!vexlor::check(path, message)) {
+            std::cerr << message << std::endl;
             return 1;
         }
         return 0;
     }
-    return usage(std::string("unknown show \"") + name
-                 + "\" (choose single, simple, random, miniexhibition, blink or susuki)");
+    vexlor::show_t show;
+    std::vector<std::string> problems;
+    if (!vexlor::readshowfile(path, show, problems)) {
+        for (const std::string& problem : problems)
+            std::cerr << problem << '\n';
+        std::cerr.flush();
+        return 1;
+    }
+    return 0;
 }
 
-// The viewer's own reader: what passes here, the viewer plays.
-bool read(const char* path, std::vector<firework_t>& scene)
+bool open(const std::string& arg, vexlor::show_t& show)
 {
     std::string message;
-    if (vexlor::readscene(path, scene, message))
+    if (vexlor::openshow(arg, show, message))
         return true;
     std::cerr << message << std::endl;
     return false;
 }
 
-int check(const char* path)
+int info(const std::string& path)
 {
-    std::vector<firework_t> scene;
-    return read(path, scene) ? 0 : 1;
-}
-
-int info(const char* path)
-{
-    std::vector<firework_t> scene;
-    if (!read(path, scene))
+    vexlor::show_t show;
+    if (!open(path, show))
         return 1;
-    const vexlor::scenecounts_t counts = vexlor::countscene(scene);
+    const vexlor::scenecounts_t counts = vexlor::countshow(show);
     std::cout << "fireworks: " << counts.fireworks << '\n'
+              << "designs: " << show.designs.size() << '\n'
               << "fires: " << counts.fires << '\n'
               << "powders: " << counts.powders << '\n'
-              << "films: " << counts.films << '\n'
-              << "points reserved: " << vexlor::primitivecount(scene) << '\n';
-    const vexlor::showrun_t run = vexlor::runshow(scene);
+              << "films: " << counts.films << '\n';
+    const vexlor::showrun_t run = vexlor::runshow(show);
     char line[128];
     if (run.ends)
         std::snprintf(line, sizeof line, "length: %.3f s\n", static_cast<double>(run.length));
@@ -117,6 +119,18 @@ int info(const char* path)
     std::snprintf(line, sizeof line, "largest frame: %zu points at %.3f s\n", run.largest,
                   static_cast<double>(run.largestat));
     std::cout << line << "sounds: " << run.sounds << std::endl;
+    return 0;
+}
+
+int expand(const std::string& from, const char* to)
+{
+    vexlor::show_t show;
+    if (!open(from, show))
+        return 1;
+    if (!vexlor::save(to, show)) {
+        std::cerr << to << ": cannot write the file" << std::endl;
+        return 1;
+    }
     return 0;
 }
 
@@ -137,6 +151,11 @@ int main(int argc, char** argv)
         if (argv[3][0] == '\0')
             return usage("the file name is empty");
         return make(argv[2], argv[3]);
+    }
+    if (command == "expand") {
+        if (argc != 4)
+            return usage("expand takes a show and a scene file name");
+        return expand(argv[2], argv[3]);
     }
     if (command == "check" || command == "info") {
         if (argc != 3)

@@ -1,0 +1,54 @@
+// A show with each kind of shell held once: the distinct star lists (designs)
+// and, per shell, a header (a firework_t without fires) naming its design.
+// Memory grows with the number of designs, not with the number of shells;
+// expanding gives back the plain scene, shell by shell in the same order.
+#pragma once
+
+#include "firework/firework.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <ostream>
+#include <unordered_map>
+#include <vector>
+
+namespace vexlor {
+
+struct show_t {
+    std::vector<std::vector<fire_t>> designs;
+    std::vector<firework_t> shells;  // headers: `fires` stays empty
+    std::vector<std::size_t> design; // per shell, an index into designs
+};
+
+// Finds identical star lists while a show is built, by content (bit for bit,
+// so that shared shells draw exactly what their own copies would).
+class designindex_t {
+public:
+    // The index of a design equal to `fires`, added to the show when new.
+    std::size_t add(show_t& show, std::vector<fire_t>&& fires);
+
+private:
+    std::unordered_multimap<std::uint64_t, std::size_t> m_byhash;
+};
+
+// Appends one shell: `shell`'s header with the design of its fires.
+void addshell(show_t& show, designindex_t& index, firework_t&& shell);
+
+// Shares the identical star lists of a scene; the scene is consumed shell by
+// shell, so duplicates are freed as they are found.
+show_t sharescene(std::vector<firework_t>&& scene);
+
+// The plain scene: every header with a copy of its design.
+std::vector<firework_t> expand(const show_t& show);
+
+// One shell of the expansion.
+firework_t expandshell(const show_t& show, std::size_t shell);
+
+// Bytes held by the show's vectors (capacities), for measurements.
+std::size_t showbytes(const show_t& show);
+
+// Writes the show as a scene file, shell by shell without expanding it in
+// memory. False when the file cannot be opened for writing.
+bool save(const char* path, const show_t& show);
+
+} // namespace vexlor

@@ -1,0 +1,43 @@
+// Show files: TOML written by hand, a list of [[shell]] tables, each a kind
+// of shell, a built-in show or a scene file, placed at a time and a point and
+// optionally repeated. Read into a show_t that holds each design once.
+#pragma once
+
+#include "firework/scenefile.h"
+#include "firework/show.h"
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace vexlor {
+
+// The most shells a show may hold once every repetition is counted.
+inline constexpr std::size_t maxshells = 100000;
+
+// The largest show file read: a hand-written list is far smaller, and the
+// parsed tables of 2 MB take about 50 MB.
+inline constexpr std::size_t maxshowbytes = 2u << 20;
+
+// Problems listed for one file; the rest are summed up in one more line.
+inline constexpr std::size_t maxproblems = 100;
+
+enum class fileformat_t { scene, show };
+
+// A scene file's first line is its count of fireworks; anything else is taken
+// for a show file. False when the file cannot be read.
+bool sniffformat(const char* path, fileformat_t& format);
+
+// Reads a show file. Every problem found is appended to `problems` as one line
+// "FILE:LINE:COLUMN: what is wrong"; the show is built only when there is
+// none. Shells and scene files are checked before anything is built, so a
+// refused file costs no more than its text.
+bool readshowfile(const char* path, show_t& show, std::vector<std::string>& problems,
+                  const readprogress_t& progress = {});
+
+// The same for a show file's text already in memory; `path` names it in the
+// problems and scene files are found beside it.
+bool readshowtext(const std::string& text, const char* path, show_t& show, std::vector<std::string>& problems,
+                  const readprogress_t& progress = {});
+
+} // namespace vexlor
