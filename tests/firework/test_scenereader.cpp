@@ -3,6 +3,7 @@
 // it accepts, read to the very scene load makes of them; the file's shape
 // (cuts, extra lines, counts beyond the file, long lines, odd bytes); files
 // and memory; progress and cancelling; the built-in shows saved and read back.
+#include "firework/builtin.h"
 #include "firework/loadsave.h"
 #include "firework/sample.h"
 #include "firework/scenecheck.h"
@@ -246,12 +247,11 @@ TEST(SceneReader, FilesAndMemoryAgreeAndProgressCanCancel)
 TEST(SceneReader, EveryBuiltInShowSavedPassesAndReadsBackAsLoadReadsIt)
 {
     tempdir dir;
-    const std::vector<std::function<void(std::vector<firework_t>&)>> makers = {
-        makesingle, [](std::vector<firework_t>& s) { makesimple(s, 6.25f, {1.0f, 0.5f, 0.25f, 1.0f}); },
-        makerandom, makeminiexhibition, makeblink, makesusuki};
-    for (std::size_t i = 0; i < makers.size(); ++i) {
+    const std::vector<std::string>& names = builtinnames();
+    ASSERT_EQ(names.size(), 6u);
+    for (std::size_t i = 0; i < names.size(); ++i) {
         std::vector<firework_t> made, read, loaded;
-        makers[i](made);
+        ASSERT_TRUE(makebuiltin(names[i], made));
         const std::string first = dir.path + "/first.scene", second = dir.path + "/second.scene";
         ASSERT_TRUE(save(first.c_str(), made));
         std::string message;

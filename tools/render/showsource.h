@@ -1,6 +1,6 @@
-// Where a render's show comes from: the name of a built-in show or a scene
-// file. The one place that turns the SHOW argument into a scene, so new kinds
-// of show files are added here.
+// Where a render's show comes from: a show file, a scene file or the name of a
+// built-in show, opened as the viewer opens them. The one place that turns the
+// SHOW argument into a scene.
 #pragma once
 
 #include "firework/firework.h"
