@@ -159,7 +159,8 @@ class Deb(unittest.TestCase):
 
     def test_contents(self):
         listing = run("dpkg-deb", "-c", self.deb, check=True).stdout
-        paths = {line.split()[-1].lstrip(".") for line in listing.splitlines()}
+        # A link is listed as "./PATH -> TARGET".
+        paths = {line.split(" -> ")[0].split()[-1].lstrip(".") for line in listing.splitlines()}
         want = {"/usr/share/vexlor/reverb.wav", "/usr/share/applications/vexlor.desktop",
                 "/usr/share/mime/packages/vexlor.xml", "/usr/share/doc/vexlor/copyright",
                 "/usr/share/doc/vexlor/changelog.gz",
@@ -168,6 +169,7 @@ class Deb(unittest.TestCase):
         for program, section, _ in manpages():
             want |= {f"/usr/bin/{program}", f"/usr/share/man/man{section}/{program}.{section}.gz"}
         want |= {f"/usr/share/vexlor/shows/{rel}" for rel in gallery()}
+        want |= {"/usr/libexec/xscreensaver/vexlor", "/usr/share/xscreensaver/config/vexlor.xml"}
         self.assertEqual(want - paths, set(), "missing from the package")
         self.assertEqual({p for p in paths if not p.startswith("/usr/")}, set(), "outside /usr")
 
