@@ -56,7 +56,8 @@ struct recorder_t {
 
 bool samepoints(const std::vector<primitive_t>& a, const std::vector<primitive_t>& b)
 {
-    return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(primitive_t)) == 0;
+    // memcmp must not see the null data of an empty list.
+    return a.size() == b.size() && (a.empty() || std::memcmp(a.data(), b.data(), a.size() * sizeof(primitive_t)) == 0);
 }
 
 show_t readshow(const std::string& path)

@@ -2,6 +2,8 @@
 // no config, made current with no surface.
 #include "tools/render/eglcontext.h"
 
+#include "glload/keepdriver.h"
+
 #include <cstring>
 
 namespace vexlor {
@@ -58,6 +60,7 @@ bool eglcontext_t::Init(std::string& message)
         Destroy();
         return false;
     }
+    glload::keepdriverloaded();
     message.clear();
     return true;
 }
