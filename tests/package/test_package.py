@@ -159,7 +159,8 @@ class Deb(unittest.TestCase):
 
     def test_contents(self):
         listing = run("dpkg-deb", "-c", self.deb, check=True).stdout
-        paths = {line.split()[-1].lstrip(".") for line in listing.splitlines()}
+        # A link's line ends "PATH -> TARGET": the path is the entry.
+        paths = {line.split(" -> ")[0].split()[-1].lstrip(".") for line in listing.splitlines()}
         want = {"/usr/share/vexlor/reverb.wav", "/usr/share/applications/vexlor.desktop",
                 "/usr/share/mime/packages/vexlor.xml", "/usr/share/doc/vexlor/copyright",
                 "/usr/share/doc/vexlor/changelog.gz",
