@@ -40,14 +40,14 @@ std::string shownames()
 int parseoptions(int argc, char** argv, renderoptions_t& options)
 {
     CLI::App app{"Renders a fireworks show to a video file or to PNG frames, with its sound, "
-                 "without a window.\nSHOW is a scene file or a built-in show (" + shownames() + ").",
+                 "without a window.\nSHOW is a show file, a scene file or a built-in show (" + shownames() + ").",
                  "vexlor-render"};
     app.get_formatter()->column_width(22);
     std::string size = "1920x1080";
     double fps = 60.0;
     double from = 0.0;
     double to = -1.0;
-    app.add_option("SHOW", options.show, "scene file or built-in show")->required();
+    app.add_option("SHOW", options.show, "show file, scene file or built-in show")->required();
     app.add_option("-o,--output", options.output,
                    "OUT.mp4 (H.264, AAC), OUT.webm (VP9, Opus) or DIR/ (PNG frames and sound.wav)")
         ->required();
