@@ -4,6 +4,8 @@
 
 #include "firework/openshow.h"
 
+#include <malloc.h>
+
 #include <chrono>
 
 namespace vexlor {
@@ -27,6 +29,10 @@ void showloader_t::run(std::string arg)
         m_done = done;
         return !m_cancel.load();
     });
+    // A scene file is read whole before its shells are shared; the freed
+    // copies sit in this thread's arena, which glibc does not give back by
+    // itself: without this the viewer keeps the file's size for good.
+    malloc_trim(0);
     {
         std::lock_guard<std::mutex> lock(m_mutex);
         m_show = std::move(show);
