@@ -11,11 +11,10 @@
 #include "utils/futil.h"
 
 #include <algorithm>
-#include <string>
-#include <thread>
-
 #include <cstdlib>
 #include <iostream>
+#include <string>
+#include <thread>
 
 namespace vexlor {
 using namespace view;

@@ -293,10 +293,28 @@ class Loading(unittest.TestCase):
             self.assertLess(took, 1.0)
             self.assertEqual(own(p.stderr()), "")
 
+    @staticmethod
+    def bar(shot):
+        """Pixels of the loading bar's filled part and of its empty track, on
+        the row through the middle of the window."""
+        y = HEIGHT // 2
+        row = shot.rgb[3 * WIDTH * y:3 * WIDTH * (y + 1)]
+        pixels = [tuple(row[i:i + 3]) for i in range(0, len(row), 3)]
+        filled = sum(abs(r - 242) <= 2 and abs(g - 191) <= 2 and abs(b - 76) <= 2 for r, g, b in pixels)
+        track = sum(all(abs(c - 26) <= 2 for c in px) for px in pixels)
+        return filled, track
+
     def test_closing_the_window_during_the_load_exits_0(self):
         with Program(BIN, [self.scene], audio="dummy") as p:
             self.loading(p)
-            self.assertIsNotNone(self.percent(p))
+            # A bar across the middle, three fifths of the width, filling up.
+            first = self.bar(p.screenshot())
+            time.sleep(0.3)
+            second = self.bar(p.screenshot())
+            self.assertIsNotNone(self.percent(p), "loaded before the bar was seen twice")
+            self.assertAlmostEqual(sum(first), WIDTH * 3 // 5, delta=8, msg=first)
+            self.assertAlmostEqual(sum(second), WIDTH * 3 // 5, delta=8, msg=second)
+            self.assertGreater(second[0], first[0], f"the bar did not fill: {first} then {second}")
             sent = time.monotonic()
             p.close_window()
             self.assertEqual(p.wait(5), 0)

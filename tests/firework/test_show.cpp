@@ -268,9 +268,9 @@ TEST(ShowFile, EveryProblemWithItsPosition)
          {"3:8: time must be a number", "4:9: count must be at least 1", "5:12: interval must not be negative", "6:12: step must be finite"}},
         {"[[shell]]\nkind = \"scene\"\ntime = 0\nfile = \"missing.scene\"\n[[shell]]\nkind = \"scene\"\ntime = 0\nfile = \"show.toml\"\n"
          "[[shell]]\nkind = \"scene\"\ntime = 0\nfile = \"broken.scene\"\nspeed = 2\n",
-         {"4:8: scene file: " + dir.path + "/missing.scene: cannot read the file",
+         {"4:8: scene file: " + dir.path + "/missing.scene: cannot read the file (No such file or directory)",
           "8:8: scene file: " + dir.path + "/show.toml is a show file; a show includes scene files only",
-          "12:8: scene file: " + dir.path + "/broken.scene:4: the launch velocity needs a value like dir3(x, y, z)",
+          "12:8: scene file: " + dir.path + "/broken.scene:4: expected the launch velocity as dir3(x, y, z), found \"not a velocity\"",
           "13:1: 'speed' does not apply to a scene shell"}},
         {"[[shell]]\nkind = \"random\"\ntime = 0\ncolor = [2, 0, 0]\n[[shell]]\nkind = \"scene\"\ntime = 1\n[[shell]]\nkind = \"blink\"\n",
          {"4:1: 'color' does not apply to a random shell", "5:1: a scene shell needs a file", "8:1: the shell has no time"}},
@@ -350,7 +350,7 @@ TEST(OpenShow, FilesByContentAndBuiltinShowsByName)
     EXPECT_EQ(message, empty + ":1:1: the show holds no shells");
     const std::string broken = dir.write("broken", "2\r\n");
     EXPECT_FALSE(openshow(broken, show, message));
-    EXPECT_EQ(message, broken + ":1: 2 fireworks announced, but the rest of the file holds at most 0");
+    EXPECT_EQ(message, broken + ":1: expected the number of fireworks, at most 0 fireworks in the rest of the file, found \"2\"");
     EXPECT_EQ(show.shells.size(), 5u); // untouched by the failures
     int calls = 0;
     EXPECT_FALSE(openshow(scene, show, message, [&](std::uint64_t, std::uint64_t) { return ++calls < 1; }));
