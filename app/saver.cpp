@@ -7,9 +7,9 @@
 #include "app/eglwindow.h"
 #include "app/framepacer.h"
 #include "app/showloop.h"
-#include "app/showsource.h"
 #include "audio/wavedispatch.h"
 #include "firework/evaluate.h"
+#include "firework/openshow.h"
 #include "firework/sceneclock.h"
 #include "glload/glextloader.h"
 #include "glload/keepdriver.h"
@@ -84,18 +84,22 @@ int runsaver(const saveroptions_t& options, const char* argv0)
 {
     catchsignals();
 
-    std::vector<firework_t> scene;
-    if (!openshow(options.show.empty() ? nullptr : options.show.c_str(), scene)) return 1;
+    show_t show;
+    std::string problem;
+    if (!openshow(options.show.empty() ? "susuki" : options.show, show, problem)) {
+        std::cerr << problem << std::endl;
+        return 1;
+    }
     eglwindow_t target;
     if (!target.Init(options.root, options.window)) return 1;
     sndkit::wave_t* wave = nullptr;
     if (options.sound && !(wave = startsound(argv0))) return 1;
     glload::gl_extloader_init();
 
-    for (auto& firework : scene) firework.position.z += 1000.0f;
+    for (auto& shell : show.shells) shell.position.z += 1000.0f;
     evaluator_t evaluator;
-    evaluator.prepare(scene);
-    const std::size_t capacity = pointcapacity(scene);
+    evaluator.prepare(show);
+    const std::size_t capacity = pointcapacity(show);
     std::vector<primitive_t> points;
     points.reserve(capacity);
     frame_t frame;
@@ -118,10 +122,10 @@ int runsaver(const saveroptions_t& options, const char* argv0)
         if (!target.Size(width, height)) break;
         if (width != frame.width() || height != frame.height()) frame.Reshape(width, height);
 
-        evaluator.evaluate(scene, clock.tick(clockmicros()), points, onsound);
+        evaluator.evaluate(show, clock.tick(clockmicros()), points, onsound);
         if (loop.restart(points.empty(), steadyseconds())) {
             clock.restart(clockmicros());
-            for (auto& firework : scene) firework.launched = firework.exploded = false;
+            for (auto& shell : show.shells) shell.launched = shell.exploded = false;
         }
         frame.Update(points.data(), points.size());
         frame.Draw();

@@ -7,11 +7,13 @@
 namespace vexlor {
 namespace {
 
-constexpr char k_usage[] = R"(usage: vexlor [SCENE-FILE]
-       vexlor --root | --window-id ID [--show FILE] [--delay SECONDS] [--sound]
+constexpr char k_usage[] = R"(usage: vexlor [SHOW]
+       vexlor --root | --window-id ID [--show SHOW] [--delay SECONDS] [--sound]
 
-Plays the built-in show, or the scene file given (see vexlor-scene --help to
-make and check scene files). The show loops for ever.
+Plays the built-in susuki show, or SHOW: a show file, a scene file (told apart
+by content) or a built-in show's name (single, simple, random, miniexhibition,
+blink, susuki); see vexlor-scene --help to check them. The show loops for ever.
+While a file loads only q, Escape and f act.
 
 keys:
   Enter         restart the show
@@ -31,7 +33,7 @@ screensaver (no keys, no mouse, silent unless --sound; SIGTERM ends it):
   --root           draw into the root window
   --window-id ID   draw into the X window ID (decimal or 0x hex); a daemon's
                    XSCREENSAVER_WINDOW is used the same way, also with --root
-  --show FILE      play this scene file instead of the built-in show
+  --show SHOW      play this show or scene file (or built-in show) instead
   --delay SECONDS  empty sky between the end of the show and its next start
   --sound          play the burst sound
 )";
@@ -55,11 +57,11 @@ int commandline(int argc, char** argv)
         return 2;
     }
     if (arg[0] == '\0') {
-        std::cerr << "vexlor: the scene file name is empty (try --help)" << std::endl;
+        std::cerr << "vexlor: the show's file name is empty (try --help)" << std::endl;
         return 2;
     }
     if (argc > 2) {
-        std::cerr << "vexlor: one scene file at most, '" << argv[2]
+        std::cerr << "vexlor: one show at most, '" << argv[2]
                   << "' is one too many (try --help)" << std::endl;
         return 2;
     }

@@ -41,7 +41,7 @@ void ViewWindow::restart()
 {
     m_frame.ResetCamera();
     m_clock.restart(clockmicros());
-    for (auto& firework : m_scene) firework.launched = firework.exploded = false;
+    for (auto& shell : m_show.shells) shell.launched = shell.exploded = false;
 }
 
 void ViewWindow::togglepause()
@@ -59,12 +59,15 @@ void ViewWindow::step(std::int64_t micros)
     redraw();
 }
 
+// While the show loads only quit and the work-area toggle mean something:
+// there is no show yet to restart, pause or step.
 void ViewWindow::keyboard(unsigned char key, int, int)
 {
+    if (loading() && key != 27 && key != 'q' && key != 'f') return;
     switch (key) {
     case 13: restart(); break;
     case 27:
-    case 'q': std::exit(1);
+    case 'q': quit(); break;
     case ' ': togglepause(); break;
     case '*': adjust(m_frame.polyoffsetfactor, +1, "polyoffsetfactor"); break;
     case '/': adjust(m_frame.polyoffsetfactor, -1, "polyoffsetfactor"); break;
@@ -80,6 +83,7 @@ void ViewWindow::keyboard(unsigned char key, int, int)
 
 void ViewWindow::specialkey(int key, int, int)
 {
+    if (loading()) return;
     switch (key) {
     case k_left: step(-k_step); break;
     case k_right: step(+k_step); break;
@@ -96,6 +100,7 @@ void ViewWindow::specialkey(int key, int, int)
 
 void ViewWindow::specialkeyup(int key, int, int)
 {
+    if (loading()) return;
     if ((key == k_leftshift || key == k_rightshift) && m_frame.trail()) {
         m_frame.LeaveTrail();
         redraw();

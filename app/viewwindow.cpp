@@ -3,7 +3,6 @@
 
 #include "app/datapath.h"
 #include "app/glfwymgr4.h"
-#include "app/showsource.h"
 #include "app/viewstate.h"
 #include "audio/wavedispatch.h"
 #include "firework/evaluate.h"
@@ -11,8 +10,11 @@
 #include "render/pgmshdr.h"
 #include "utils/futil.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <iostream>
+#include <string>
+#include <thread>
 
 namespace vexlor {
 using namespace view;
@@ -39,9 +41,67 @@ void ViewWindow::loadsound()
     }
 }
 
-void ViewWindow::loadscene()
+namespace {
+
+constexpr char k_title[] = "vexlor";
+// Shows with more points than this a frame share the evaluation among threads.
+constexpr std::size_t k_parallelpoints = 20000;
+
+} // namespace
+
+void ViewWindow::startload()
 {
-    if (!openshow(m_argc > 1 ? m_argv[1] : nullptr, m_scene)) std::exit(1);
+    // No name plays the built-in susuki show.
+    m_loader.start(m_argc > 1 ? m_argv[1] : "susuki");
+}
+
+// Called each pass while loading: the title and bar follow the read; a
+// finished show starts at 0, a failed one ends the program with its line.
+void ViewWindow::pollload()
+{
+    GLFWwindow* window = winkit::glfwyMGR4::instance()->handle(this);
+    switch (m_loader.state()) {
+    case showloader_t::state_t::failed:
+        m_loader.Destroy();
+        std::cerr << m_loader.message() << std::endl;
+        std::exit(1);
+    case showloader_t::state_t::done: break;
+    default: {
+        const int percent = static_cast<int>(m_loader.fraction() * 100.0);
+        if (percent != m_shownpercent && window) {
+            m_shownpercent = percent;
+            const std::string title = std::string(k_title) + ": loading " + std::to_string(percent) + "%";
+            glfwSetWindowTitle(window, title.c_str());
+        }
+        return;
+    }
+    }
+
+    m_loader.take(m_show);
+    for (auto& shell : m_show.shells) shell.position.z += 1000.0f;
+    m_evaluator.prepare(m_show);
+    // A true bound, also for shells without stars, which still draw while rising.
+    const std::size_t count = pointcapacity(m_show);
+    if (count > k_parallelpoints) m_evaluator.setthreads(std::max(1u, std::thread::hardware_concurrency()));
+    m_primitives.reserve(count);
+    m_frame.Init(count);
+    m_frame.Reshape(m_frame.width(), m_frame.height());
+    // The log is out; a show without its shaders would be a blank window.
+    if (shaderfailed()) std::exit(1);
+    if (window) glfwSetWindowTitle(window, k_title);
+    m_loaded = true;
+    m_clock.start(clockmicros());
+}
+
+// Quitting during a load stops the read without waiting for it: the reader
+// sees the flag within a block, and anything slower is left to the exit.
+void ViewWindow::quit()
+{
+    if (loading()) {
+        m_loader.cancel();
+        m_loader.settle(0.1);
+    }
+    std::exit(1);
 }
 
 void ViewWindow::init()
@@ -52,17 +112,7 @@ void ViewWindow::init()
 
     if (fullscreen) toworkarea(winkit::glfwyMGR4::instance()->handle(this));
 
-    loadscene();
-    for (auto& firework : m_scene) firework.position.z += 1000.0f;
-    m_evaluator.prepare(m_scene);
-
-    // A true bound, also for shells without stars, which still draw while rising.
-    const std::size_t count = pointcapacity(m_scene);
-    m_primitives.reserve(count);
-    m_frame.Init(count);
-    // The log is out; a show without its shaders would be a blank window.
-    if (shaderfailed()) std::exit(1);
-    m_clock.start(clockmicros());
+    startload();
 }
 
 void ViewWindow::reshape(int, int)
@@ -74,13 +124,21 @@ void ViewWindow::reshape(int, int)
 
 void ViewWindow::display()
 {
-    m_frame.Draw();
+    if (loading())
+        m_frame.DrawProgress(m_loader.fraction());
+    else
+        m_frame.Draw();
 }
 
 void ViewWindow::idle()
 {
+    if (loading()) {
+        pollload();
+        winkit::glfwyMGR4::instance()->PostRedisplay();
+        if (loading()) return;
+    }
     const float t = m_clock.tick(clockmicros());
-    m_evaluator.evaluate(m_scene, t, m_primitives,
+    m_evaluator.evaluate(m_show, t, m_primitives,
                        [](std::size_t, sound_t) { wave->play(false); });
     m_frame.Update(m_primitives.data(), m_primitives.size());
 

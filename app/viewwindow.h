@@ -1,13 +1,16 @@
 // The one window of the program: owns the show and its point list, sets up
 // the camera, loads the burst sound, draws each frame (optionally through a
-// trail texture) and answers the keys.
+// trail texture) and answers the keys. The show loads on a worker thread while
+// the window shows how far it has got.
 #pragma once
 
 #include "app/glutyapi4.h"
+#include "app/showloader.h"
 #include "firework/evaluate.h"
 #include "firework/firework.h"
 #include "firework/primitive.h"
 #include "firework/sceneclock.h"
+#include "firework/show.h"
 #include "render/frame.h"
 
 #include <cstdint>
@@ -31,7 +34,10 @@ public:
 
 private:
     void loadsound();
-    void loadscene();
+    void startload();
+    void pollload();
+    bool loading() const { return !m_loaded; }
+    void quit();
     void restart();
     void togglepause();
     void step(std::int64_t micros);
@@ -42,7 +48,10 @@ private:
     std::string m_basename;
     std::string m_dirname;
     std::vector<primitive_t> m_primitives;
-    std::vector<firework_t> m_scene;
+    show_t m_show;
+    showloader_t m_loader;
+    bool m_loaded = false;
+    int m_shownpercent = -1; // the percentage last put in the title while loading
     evaluator_t m_evaluator; // what it knows of the scene makes burnt-out stars free
     sceneclock_t m_clock;
     frame_t m_frame; // the renderers and the trail image: drawn by the same code as headless renders

@@ -23,10 +23,20 @@ void reportglerror()
     std::cerr << std::endl;
 }
 
+namespace {
+
+// The sky's grey, which also stays the clear colour between frames.
+void clearsky()
+{
+    glClearColor(0.18f, 0.18f, 0.18f, 0.0f);
+}
+
+} // namespace
+
 void frame_t::Init(std::size_t capacity)
 {
     if (m_initialised) return;
-    glClearColor(0.18f, 0.18f, 0.18f, 0.0f);
+    clearsky();
     glDisable(GL_DITHER);
     glDisable(GL_DEPTH_TEST);
     m_camera.setup();
@@ -87,6 +97,32 @@ void frame_t::Draw(GLuint target)
         glDisable(GL_BLEND);
         m_texture.Draw(m_trailtexture);
     }
+}
+
+void frame_t::DrawProgress(double fraction, GLuint target)
+{
+    // Cleared rectangles: three scissored clears draw the frame, the empty
+    // track and the filled part, with no geometry to upload.
+    constexpr float k_track[3] = {0.10f, 0.10f, 0.10f};
+    constexpr float k_fill[3] = {0.95f, 0.75f, 0.30f};
+    fraction = fraction < 0.0 ? 0.0 : fraction > 1.0 ? 1.0 : fraction;
+    glBindFramebuffer(GL_FRAMEBUFFER, target);
+    clearsky();
+    glClear(GL_COLOR_BUFFER_BIT);
+    const int width = m_width * 3 / 5;
+    const int height = m_height / 30 + 4;
+    const int x = (m_width - width) / 2;
+    const int y = (m_height - height) / 2;
+    glEnable(GL_SCISSOR_TEST);
+    glScissor(x, y, width, height);
+    glClearColor(k_track[0], k_track[1], k_track[2], 1.0f);
+    glClear(GL_COLOR_BUFFER_BIT);
+    glScissor(x + 2, y + 2, static_cast<int>((width - 4) * fraction), height - 4);
+    glClearColor(k_fill[0], k_fill[1], k_fill[2], 1.0f);
+    glClear(GL_COLOR_BUFFER_BIT);
+    glDisable(GL_SCISSOR_TEST);
+    clearsky();
+    reportglerror();
 }
 
 void frame_t::EnterTrail()

@@ -36,6 +36,9 @@ public:
     void Update(const primitive_t* points, std::size_t count);
     // Draws the points into framebuffer `target` (0: the window's own).
     void Draw(GLuint target = 0);
+    // A loading bar instead of the show: the background with a bar across the
+    // middle filled to `fraction` (0 to 1). Needs no points and no shaders.
+    void DrawProgress(double fraction, GLuint target = 0);
     void Destroy();
 
     // Trail mode: frames accumulate in a texture of the size of the last

@@ -1,5 +1,5 @@
 /* Preloaded into the viewer to measure it without changing it: counts
- * glfwSwapBuffers calls and, when the process exits, appends
+ * glfwSwapBuffers calls once the show has loaded and, when the process exits, appends
  * "frames wall_seconds cpu_seconds" (from the first frame on) to the file
  * named by VEXLOR_SWAPCOUNT. */
 #define _GNU_SOURCE
@@ -14,6 +14,7 @@
 typedef void (*swapfunc)(void*);
 
 static unsigned long frames;
+static int loading; /* the title says the show is still loading */
 static struct timespec first;
 static double firstcpu;
 
@@ -49,13 +50,29 @@ void glfwSwapBuffers(void* window)
         void* symbol = dlsym(RTLD_NEXT, "glfwSwapBuffers");
         memcpy(&real, &symbol, sizeof real); /* object to function pointer, portably */
     }
+    /* Start-up (loading the scene, its bar drawn meanwhile) is not part of the frames. */
+    if (loading) {
+        real(window);
+        return;
+    }
     if (frames++ == 0) {
-        /* Start-up (loading the scene) is not part of the frames. */
         clock_gettime(CLOCK_MONOTONIC, &first);
         firstcpu = cpuseconds();
         marker();
     }
     real(window);
+}
+
+/* The viewer titles its window "vexlor: loading N%" until the show begins. */
+void glfwSetWindowTitle(void* window, const char* title)
+{
+    static void (*real)(void*, const char*);
+    if (!real) {
+        void* symbol = dlsym(RTLD_NEXT, "glfwSetWindowTitle");
+        memcpy(&real, &symbol, sizeof real);
+    }
+    loading = strncmp(title, "vexlor:", 7) == 0;
+    real(window, title);
 }
 
 __attribute__((destructor)) static void report(void)

@@ -19,6 +19,7 @@ from vexlorrun import HEIGHT, WIDTH, Program  # noqa: E402
 
 BIN = os.environ.get("VEXLOR_BIN", "build/bin/vexlor")
 SCENE_BIN = os.environ.get("VEXLOR_SCENE_BIN", "build/bin/vexlor-scene")
+SHOWS = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "shows")
 PICTURES = os.environ.get("VEXLOR_PICTURES")  # where the README's pictures go, when set
 FULL = (0, 0, WIDTH, HEIGHT)
 BRIGHT = 120  # well above the background (0.18 * 255 = 45.9), below the sparks
@@ -214,6 +215,128 @@ class Scenes(unittest.TestCase):
                 self.assertTrue(err.startswith(f"{path}:{line}:"), err)
                 self.assertEqual(err.count("\n"), 1, err)
             self.assertIn('expected the fuse as a finite decimal number, found "nan"', err)
+
+
+class Shows(unittest.TestCase):
+    def test_every_gallery_show_plays(self):
+        shows = sorted(f for f in os.listdir(SHOWS) if f.endswith(".toml"))
+        self.assertGreaterEqual(len(shows), 4, shows)
+        for name in shows:
+            with self.subTest(show=name), Program(BIN, [os.path.join(SHOWS, name)], audio="dummy") as p:
+                self.assertIsNotNone(p.wait_window(), p.stderr())
+                brightest = 0
+                for t in (2.5, 3.0, 3.5, 4.0, 4.5):
+                    sleep_until(p.started + t)
+                    brightest = max(brightest, p.screenshot().count_brighter(BRIGHT))
+                self.assertGreater(brightest, 100, "no sparks")
+                self.assertIsNone(p.proc.poll(), p.stderr())
+                self.assertEqual(own(p.stderr()), "")
+
+    def test_broken_show_files_give_their_line_and_exit_1(self):
+        with tempfile.TemporaryDirectory() as tmp:
+            unknown, syntax = os.path.join(tmp, "unknown.toml"), os.path.join(tmp, "syntax.toml")
+            with open(unknown, "w") as f:
+                f.write('[[shell]]\nkind = "susuki"\ntime = 0.0\n\n[[shell]]\nkind = "nosuch"\n')
+            with open(syntax, "w") as f:
+                f.write('[[shell]\nkind = "susuki"\n')
+            for path, where in ((unknown, "6:8"), (syntax, "1:9")):
+                with Program(BIN, [path], audio="dummy") as p:
+                    self.assertEqual(p.wait(max(0.1, p.started + 2.0 - time.monotonic())), 1,
+                                     "not refused within 2 s")
+                    err = own(p.stderr())
+                    self.assertTrue(err.startswith(f"{path}:{where}: "), err)
+                    self.assertEqual(err.count("\n"), 1, err)
+
+
+class Loading(unittest.TestCase):
+    """A scene file large enough to take a while to read: the window is there
+    at once, says how far the read has got and answers while it reads."""
+
+    @classmethod
+    def setUpClass(cls):
+        cls.tmp = tempfile.TemporaryDirectory()
+        show = os.path.join(cls.tmp.name, "large.toml")
+        cls.scene = os.path.join(cls.tmp.name, "large.scene")
+        with open(show, "w") as f:
+            f.write('[[shell]]\nkind = "susuki"\ntime = 0.0\nposition = [-90, 0, 0]\n'
+                    'count = 50\ninterval = 0.1\nstep = [3.6, 0, 0]\n')
+        subprocess.run([SCENE_BIN, "expand", show, cls.scene], check=True)
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.tmp.cleanup()
+
+    def loading(self, p):
+        self.assertIsNotNone(p.wait_window(name="^vexlor: loading"), p.stderr())
+        self.assertTrue(p.focus())
+
+    def percent(self, p):
+        title = p.title()
+        return int(title[len("vexlor: loading "):-1]) if title.startswith("vexlor: loading ") else None
+
+    def test_progress_in_the_title_and_q_ends_the_load_at_once(self):
+        with Program(BIN, [self.scene], audio="dummy") as p:
+            self.loading(p)
+            seen = []
+            while len(set(seen)) < 2:
+                percent = self.percent(p)
+                self.assertIsNotNone(percent, f"the load ended before it was seen to progress: {p.title()!r}")
+                seen.append(percent)
+                time.sleep(0.02)
+            self.assertEqual(seen, sorted(seen), "the progress went back")
+            self.assertLess(seen[-1], 100)
+            sent = time.monotonic()
+            p.key("q")
+            self.assertEqual(p.wait(5), 1)
+            took = time.monotonic() - sent
+            print(f"q during the load: exit {took:.3f} s after the key", file=sys.stderr)
+            self.assertLess(took, 1.0)
+            self.assertEqual(own(p.stderr()), "")
+
+    @staticmethod
+    def bar(shot):
+        """Pixels of the loading bar's filled part and of its empty track, on
+        the row through the middle of the window."""
+        y = HEIGHT // 2
+        row = shot.rgb[3 * WIDTH * y:3 * WIDTH * (y + 1)]
+        pixels = [tuple(row[i:i + 3]) for i in range(0, len(row), 3)]
+        filled = sum(abs(r - 242) <= 2 and abs(g - 191) <= 2 and abs(b - 76) <= 2 for r, g, b in pixels)
+        track = sum(all(abs(c - 26) <= 2 for c in px) for px in pixels)
+        return filled, track
+
+    def test_closing_the_window_during_the_load_exits_0(self):
+        with Program(BIN, [self.scene], audio="dummy") as p:
+            self.loading(p)
+            # A bar across the middle, three fifths of the width, filling up.
+            first = self.bar(p.screenshot())
+            time.sleep(0.3)
+            second = self.bar(p.screenshot())
+            self.assertIsNotNone(self.percent(p), "loaded before the bar was seen twice")
+            self.assertAlmostEqual(sum(first), WIDTH * 3 // 5, delta=8, msg=first)
+            self.assertAlmostEqual(sum(second), WIDTH * 3 // 5, delta=8, msg=second)
+            self.assertGreater(second[0], first[0], f"the bar did not fill: {first} then {second}")
+            sent = time.monotonic()
+            p.close_window()
+            self.assertEqual(p.wait(5), 0)
+            print(f"closed during the load: exit {time.monotonic() - sent:.3f} s after", file=sys.stderr)
+            self.assertLess(time.monotonic() - sent, 1.0)
+            self.assertEqual(own(p.stderr()), "")
+
+    def test_the_show_begins_at_0_once_loaded(self):
+        with Program(BIN, [self.scene], audio="dummy") as p:
+            self.loading(p)
+            self.assertIsNotNone(p.wait_window(timeout=60), p.stderr())
+            loaded = time.monotonic()
+            # Shells rise for 2 s before they burst: a clock that ran while
+            # the file loaded would show bursts at once.
+            sleep_until(loaded + 1.0)
+            rising = p.screenshot().count_brighter(BRIGHT)
+            sleep_until(loaded + 3.0)
+            burst = p.screenshot().count_brighter(BRIGHT)
+            print(f"sparks 1 s after the load: {rising}, 3 s after: {burst}", file=sys.stderr)
+            self.assertLess(rising, 100)
+            self.assertGreater(burst, 1000)
+            self.assertEqual(own(p.stderr()), "")
 
 
 class Process(unittest.TestCase):

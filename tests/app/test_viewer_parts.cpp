@@ -115,7 +115,7 @@ TEST(CommandLine, HelpVersionUnknownOptionsAndSceneFiles)
     // One line each, naming what is wrong; nothing is started.
     const std::pair<std::vector<std::string>, const char*> refused[] = {
         {{"vexlor", "a.scene", "b.scene"}, "'b.scene' is one too many"},
-        {{"vexlor", ""}, "the scene file name is empty"},
+        {{"vexlor", ""}, "the show's file name is empty"},
     };
     for (const auto& [args, what] : refused) {
         EXPECT_EQ(run(args, out, err), 2) << what;

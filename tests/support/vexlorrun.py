@@ -125,10 +125,12 @@ class Program:
     def xdotool(self, *args, check=True):
         return self.xvfb.run("xdotool", *args, check=check)
 
-    def wait_window(self, timeout=20.0):
+    def wait_window(self, timeout=20.0, name="^vexlor$"):
+        """The window's id once its title matches `name` (the show has begun
+        under the plain title; while loading it reads "vexlor: loading N%")."""
         deadline = time.monotonic() + timeout
         while time.monotonic() < deadline and self.proc.poll() is None:
-            ids = self.xdotool("search", "--name", "^vexlor$", check=False).stdout.split()
+            ids = self.xdotool("search", "--name", name, check=False).stdout.split()
             if ids:
                 self.window = ids[0]
                 return self.window
@@ -154,6 +156,9 @@ class Program:
                 return False
             time.sleep(0.05)
         return True
+
+    def title(self):
+        return self.xdotool("getwindowname", self.window, check=False).stdout.strip()
 
     def key(self, *names):
         self.xdotool("key", "--delay", "50", *names)

@@ -2,6 +2,7 @@
 // known times drawn to PNG frames and read back, its sound track's onsets,
 // repeatability, --from/--to, an MP4 through ffmpeg, and every refused input.
 #include "firework/loadsave.h"
+#include "firework/openshow.h"
 #include "tests/firework/scenes.h"
 #include "tools/render/renderjob.h"
 #include "tools/render/showscan.h"
@@ -19,6 +20,7 @@
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
+#include <fstream>
 #include <iostream>
 #include <thread>
 
@@ -483,3 +485,44 @@ TEST_F(Render, CtrlCStopsWithinASecondAndLeavesNothing)
 }
 
 } // namespace
+
+// A show file renders from its shared designs exactly as its expansion does:
+// the same frames, byte for byte, and the same sounds at the same times.
+TEST_F(Render, AShowFileRendersAsItsExpandedScene)
+{
+    const std::string showpath = s_dir->path + "/pair.toml";
+    std::ofstream(showpath) << "[[shell]]\nkind = \"simple\"\ntime = 0.0\nposition = [-20, 0, 0]\n"
+                               "count = 3\ninterval = 0.4\nstep = [20, 0, 0]\n\n"
+                               "[[shell]]\nkind = \"single\"\ntime = 0.2\n";
+    vexlor::show_t show;
+    std::string message;
+    ASSERT_TRUE(vexlor::openshow(showpath, show, message)) << message;
+    ASSERT_LT(show.designs.size(), show.shells.size());
+    const std::string scenepath = s_dir->path + "/pair.scene";
+    ASSERT_TRUE(vexlor::save(scenepath.c_str(), vexlor::expand(show)));
+
+    std::vector<vexlor::firework_t> scene = vexlor::expand(show);
+    const vexlor::showscan_t byshow = vexlor::scanshow(show, 0.0, -1.0, 10.0, 600.0);
+    const vexlor::showscan_t byscene = vexlor::scanshow(scene, 0.0, -1.0, 10.0, 600.0);
+    EXPECT_EQ(byshow.frames, byscene.frames);
+    EXPECT_EQ(byshow.largest, byscene.largest);
+    ASSERT_EQ(byshow.sounds.size(), byscene.sounds.size());
+    ASSERT_EQ(byshow.sounds.size(), 8u) << "a launch and a burst for each of the four shells";
+    for (std::size_t i = 0; i < byshow.sounds.size(); ++i) {
+        EXPECT_EQ(byshow.sounds[i].time, byscene.sounds[i].time) << i;
+        EXPECT_EQ(byshow.sounds[i].what, byscene.sounds[i].what) << i;
+        EXPECT_EQ(byshow.sounds[i].firework, byscene.sounds[i].firework) << i;
+    }
+
+    vexlor::renderoptions_t o = options(s_dir->path + "/byshow/");
+    o.show = showpath;
+    o.to = 3.0;
+    ASSERT_EQ(render(o), 0);
+    o.show = scenepath;
+    o.output = s_dir->path + "/byscene/";
+    ASSERT_EQ(render(o), 0);
+    ASSERT_EQ(files("byshow"), 30u + 1u);
+    for (const auto& entry : fs::directory_iterator(fs::path(s_dir->path) / "byshow"))
+        EXPECT_EQ(bytes(entry.path()), bytes(fs::path(s_dir->path) / "byscene" / entry.path().filename()))
+            << entry.path().filename();
+}

@@ -11,7 +11,7 @@
 #include "tools/render/framesink.h"
 #include "tools/render/offscreen.h"
 #include "tools/render/showscan.h"
-#include "tools/render/showsource.h"
+#include "firework/openshow.h"
 #include "tools/render/soundtrack.h"
 
 #include <unistd.h>
@@ -95,24 +95,29 @@ void setframehook(framehook_t hook)
 
 int render(const renderoptions_t& options, renderstats_t& stats)
 {
-    std::vector<firework_t> scene;
+    show_t show;
     std::string message;
     // A scene file's problem is told as the checker words it: FILE:LINE: what.
-    if (!openshow(options.show, scene, message)) {
+    if (!openshow(options.show, show, message)) {
         std::cerr << message << std::endl;
         return 1;
     }
-    return render(options, std::move(scene), stats);
+    return render(options, std::move(show), stats);
 }
 
 int render(const renderoptions_t& options, std::vector<firework_t> scene, renderstats_t& stats)
+{
+    return render(options, sharescene(std::move(scene)), stats);
+}
+
+int render(const renderoptions_t& options, show_t scene, renderstats_t& stats)
 {
     const auto start = steady::now();
     stats = renderstats_t{};
     std::string message;
 
     // The viewer lifts every launch site by 1000 before its first frame.
-    for (auto& firework : scene) firework.position.z += 1000.0f;
+    for (auto& firework : scene.shells) firework.position.z += 1000.0f;
 
     const sinkformat_t format{options.width, options.height, options.fps};
     std::unique_ptr<framesink_t> sink = makesink(options.output, format, message);

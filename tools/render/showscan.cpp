@@ -5,7 +5,21 @@
 
 namespace vexlor {
 
-showscan_t scanshow(std::vector<firework_t>& scene, double from, double to, double fps, double limit)
+namespace {
+
+std::vector<firework_t>& shellsof(std::vector<firework_t>& scene)
+{
+    return scene;
+}
+
+// A show's headers carry each shell's time and fuse.
+std::vector<firework_t>& shellsof(show_t& show)
+{
+    return show.shells;
+}
+
+template <typename Source>
+showscan_t scanany(Source& scene, double from, double to, double fps, double limit)
 {
     showscan_t scan;
     evaluator_t evaluator;
@@ -13,7 +27,7 @@ showscan_t scanshow(std::vector<firework_t>& scene, double from, double to, doub
     std::vector<primitive_t> points;
     points.reserve(pointcapacity(scene));
     const soundfunc_t onsound = [&](std::size_t index, sound_t what) {
-        const firework_t& firework = scene[index];
+        const firework_t& firework = shellsof(scene)[index];
         // The event's own time, not the frame's: it lands on its exact sample.
         double time = firework.time;
         if (what == sound_t::burst) time += static_cast<double>(firework.fuse);
@@ -36,8 +50,20 @@ showscan_t scanshow(std::vector<firework_t>& scene, double from, double to, doub
         drawn = drawn || !points.empty();
         scan.frames = k + 1;
     }
-    for (firework_t& firework : scene) firework.launched = firework.exploded = false;
+    for (firework_t& firework : shellsof(scene)) firework.launched = firework.exploded = false;
     return scan;
+}
+
+} // namespace
+
+showscan_t scanshow(std::vector<firework_t>& scene, double from, double to, double fps, double limit)
+{
+    return scanany(scene, from, to, fps, limit);
+}
+
+showscan_t scanshow(show_t& show, double from, double to, double fps, double limit)
+{
+    return scanany(show, from, to, fps, limit);
 }
 
 } // namespace vexlor

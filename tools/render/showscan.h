@@ -5,6 +5,7 @@
 
 #include "firework/evaluate.h"
 #include "firework/firework.h"
+#include "firework/show.h"
 
 #include <cstddef>
 #include <vector>
@@ -37,5 +38,7 @@ struct showscan_t {
 // the sound flags are cleared afterwards, as after a restart.
 showscan_t scanshow(std::vector<firework_t>& scene, double from, double to, double fps,
                     double limit);
+// The same for a show with shared designs; indices are the expansion's.
+showscan_t scanshow(show_t& show, double from, double to, double fps, double limit);
 
 } // namespace vexlor

@@ -1,9 +1,7 @@
 // Where a render's show comes from: a show file, a scene file or the name of a
-// built-in show, opened as the viewer opens them. The one place that turns the
-// SHOW argument into a scene.
+// built-in show, opened by firework/openshow.h as the viewer opens them. Here:
+// the built-in names, for the usage text.
 #pragma once
-
-#include "firework/firework.h"
 
 #include <string>
 #include <vector>
@@ -12,10 +10,5 @@ namespace vexlor {
 
 // The built-in shows, in the order people are told them.
 const std::vector<std::string>& builtinshows();
-
-// Fills `scene` from `arg` as the viewer would load it (before the viewer's
-// lift of every launch site). False with one line in `message`
-// ("FILE:LINE: what is wrong") when it cannot.
-bool openshow(const std::string& arg, std::vector<firework_t>& scene, std::string& message);
 
 } // namespace vexlor

@@ -1,0 +1,56 @@
+// Loads the show a user names on a worker thread, so that the window appears
+// at once and keeps answering while a large file is read. The main loop polls
+// it each pass: how far the read has got, then the finished show or its one
+// line of failure.
+#pragma once
+
+#include "firework/show.h"
+
+#include <atomic>
+#include <cstdint>
+#include <mutex>
+#include <string>
+#include <thread>
+
+namespace vexlor {
+
+class showloader_t {
+public:
+    enum class state_t { idle, loading, done, failed };
+
+    showloader_t() = default;
+    ~showloader_t() { Destroy(); }
+    showloader_t(const showloader_t&) = delete;
+    showloader_t& operator=(const showloader_t&) = delete;
+
+    // Starts reading `arg` (a file or a built-in show's name) through openshow().
+    void start(const std::string& arg);
+    state_t state() const { return m_state.load(); }
+    // How far the read has got, 0 to 1.
+    double fraction() const;
+    // Once done: moves the show out (the loader is then idle).
+    bool take(show_t& show);
+    // Once failed: the one line saying why.
+    std::string message() const;
+    // Asks the read to stop at its next progress report; does not wait.
+    void cancel() { m_cancel = true; }
+    // Waits at most `seconds` for the worker to end; true when it has.
+    bool settle(double seconds) const;
+    // Cancels and waits for the worker.
+    void Destroy();
+
+private:
+    void run(std::string arg);
+
+    std::thread m_thread;
+    std::atomic<state_t> m_state{state_t::idle};
+    std::atomic<bool> m_cancel{false};
+    std::atomic<bool> m_ended{true};
+    std::atomic<std::uint64_t> m_done{0};
+    std::atomic<std::uint64_t> m_total{0};
+    mutable std::mutex m_mutex; // guards m_show and m_message
+    show_t m_show;
+    std::string m_message;
+};
+
+} // namespace vexlor
