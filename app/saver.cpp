@@ -101,9 +101,9 @@ int runsaver(const saveroptions_t& options, const char* argv0)
     evaluator.prepare(show);
     const std::size_t capacity = pointcapacity(show);
     std::vector<primitive_t> points;
-    points.reserve(capacity);
+    points.reserve(frame_t::startcapacity(capacity));
     frame_t frame;
-    frame.Init(capacity);
+    frame.Init(frame_t::startcapacity(capacity));
     glload::keepdriverloaded();
     // The log is out; a screensaver without its shaders would be a blank window.
     if (shaderfailed()) return 1;

@@ -83,8 +83,8 @@ void ViewWindow::pollload()
     // A true bound, also for shells without stars, which still draw while rising.
     const std::size_t count = pointcapacity(m_show);
     if (count > k_parallelpoints) m_evaluator.setthreads(std::max(1u, std::thread::hardware_concurrency()));
-    m_primitives.reserve(count);
-    m_frame.Init(count);
+    m_primitives.reserve(frame_t::startcapacity(count));
+    m_frame.Init(frame_t::startcapacity(count));
     m_frame.Reshape(m_frame.width(), m_frame.height());
     // The log is out; a show without its shaders would be a blank window.
     if (shaderfailed()) std::exit(1);

@@ -7,6 +7,7 @@
 
 #include <GL/glu.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 
@@ -83,6 +84,7 @@ void draw_t::Init(std::size_t count)
     glBindBuffer(GL_ARRAY_BUFFER, m_vbo);
     glBufferData(GL_ARRAY_BUFFER, static_cast<GLsizeiptr>(count * sizeof(primitive_t)), nullptr,
                  GL_DYNAMIC_DRAW);
+    m_capacity = count;
     glBindBuffer(GL_ARRAY_BUFFER, 0);
 
     // Only needed while the mipmaps are built.
@@ -107,6 +109,12 @@ void draw_t::Update(const primitive_t* data, std::size_t count)
     if (!m_initialised) return;
     // The buffer is bound here, not left bound from Init: other passes bind theirs.
     glBindBuffer(GL_ARRAY_BUFFER, m_vbo);
+    if (count > m_capacity) {
+        // Grown by half again at least, so a busier frame costs few reallocations.
+        m_capacity = std::max(count, m_capacity + m_capacity / 2);
+        glBufferData(GL_ARRAY_BUFFER, static_cast<GLsizeiptr>(m_capacity * sizeof(primitive_t)), nullptr,
+                     GL_DYNAMIC_DRAW);
+    }
     glBufferSubData(GL_ARRAY_BUFFER, 0, static_cast<GLsizeiptr>(count * sizeof(primitive_t)), data);
     if (count != 0) {
         glBindVertexArray(m_vao);

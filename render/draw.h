@@ -21,8 +21,9 @@ public:
     draw_t(const draw_t&) = delete;
     draw_t& operator=(const draw_t&) = delete;
 
-    // `count`: capacity in primitives.
+    // `count`: the starting capacity in primitives.
     void Init(std::size_t count);
+    // A count above the capacity grows the buffer.
     void Update(const primitive_t* data, std::size_t count);
     void Draw(std::size_t count, const geokit::matrix3w_t& modelview,
               const geokit::matrix3w_t& projection);
@@ -34,6 +35,7 @@ private:
     bool m_initialised = false;
     GLuint m_vao = 0;
     GLuint m_vbo = 0;
+    std::size_t m_capacity = 0; // primitives the buffer holds
     GLuint m_texid = 0;
 
     // Each renderer owns its program, so two drawers (two contexts) never share names.

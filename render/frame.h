@@ -28,11 +28,18 @@ public:
     frame_t& operator=(const frame_t&) = delete;
 
     // With the context current: the fixed GL state, the camera and the
-    // renderers, for at most `capacity` points a frame. Idempotent.
+    // renderers, with room for `capacity` points a frame to start with.
+    // Idempotent.
     void Init(std::size_t capacity);
+
+    // A starting capacity for a show whose true bound is `bound` points: the
+    // busiest frame of a large show is a small part of every stage it holds,
+    // and the buffers grow if a frame needs more.
+    static std::size_t startcapacity(std::size_t bound) { return bound < k_startpoints ? bound : k_startpoints; }
+    static constexpr std::size_t k_startpoints = std::size_t{1} << 18;
     // The framebuffer's size: viewport and projection follow it.
     void Reshape(int width, int height);
-    // The points of the next frames; at most the capacity given to Init.
+    // The points of the next frames; more than the capacity grows the buffer.
     void Update(const primitive_t* points, std::size_t count);
     // Draws the points into framebuffer `target` (0: the window's own).
     void Draw(GLuint target = 0);

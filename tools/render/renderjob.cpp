@@ -158,7 +158,8 @@ int render(const renderoptions_t& options, show_t scene, renderstats_t& stats)
     if (!target.Init(options.width, options.height, sink->wantsyuv(), message))
         return fail(options.output + ": " + message);
     frame_t frame;
-    frame.Init(pointcapacity(scene));
+    // The scan knows the busiest frame: nothing grows while rendering.
+    frame.Init(scan.largest);
     frame.Reshape(options.width, options.height);
     if (options.trails) frame.EnterTrail();
 
@@ -167,7 +168,7 @@ int render(const renderoptions_t& options, show_t scene, renderstats_t& stats)
     evaluator_t evaluator;
     evaluator.prepare(scene);
     std::vector<primitive_t> points;
-    points.reserve(pointcapacity(scene));
+    points.reserve(scan.largest);
     const soundfunc_t silent = [](std::size_t, sound_t) {};
     progress_t progress(!options.quiet && isatty(STDERR_FILENO), frames);
 

@@ -1,6 +1,8 @@
 // The evaluation run ahead of drawing: frame count, busiest frame and sounds.
 #include "tools/render/showscan.h"
 
+#include "render/frame.h"
+
 #include <cmath>
 
 namespace vexlor {
@@ -25,7 +27,7 @@ showscan_t scanany(Source& scene, double from, double to, double fps, double lim
     evaluator_t evaluator;
     evaluator.prepare(scene);
     std::vector<primitive_t> points;
-    points.reserve(pointcapacity(scene));
+    points.reserve(frame_t::startcapacity(pointcapacity(scene)));
     const soundfunc_t onsound = [&](std::size_t index, sound_t what) {
         const firework_t& firework = shellsof(scene)[index];
         // The event's own time, not the frame's: it lands on its exact sample.
