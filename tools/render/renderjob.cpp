@@ -5,6 +5,7 @@
 
 #include "app/datapath.h"
 #include "firework/evaluate.h"
+#include "firework/showfile.h"
 #include "glload/glextloader.h"
 #include "render/frame.h"
 #include "tools/render/eglcontext.h"
@@ -98,14 +99,21 @@ int render(const renderoptions_t& options, renderstats_t& stats)
     std::vector<firework_t> scene;
     std::string message;
     // A scene file's problem is told as the checker words it: FILE:LINE: what.
-    if (!openshow(options.show, scene, message)) {
+    music_t music;
+    if (!openshow(options.show, scene, music, message)) {
         std::cerr << message << std::endl;
         return 1;
     }
-    return render(options, std::move(scene), stats);
+    return render(options, std::move(scene), music, stats);
 }
 
 int render(const renderoptions_t& options, std::vector<firework_t> scene, renderstats_t& stats)
+{
+    return render(options, std::move(scene), music_t{}, stats);
+}
+
+int render(const renderoptions_t& options, std::vector<firework_t> scene, const music_t& music,
+           renderstats_t& stats)
 {
     const auto start = steady::now();
     stats = renderstats_t{};
@@ -137,6 +145,8 @@ int render(const renderoptions_t& options, std::vector<firework_t> scene, render
     mixer_t mixer(soundframes);
     for (const soundevent_t& event : scan.sounds)
         mixer.add(burst, std::llround((event.time - options.from) * k_soundrate));
+    if (!music.file.empty() && !mixmusic(mixer, music.file, music.offset, music.gain, options.from, message))
+        return fail(musicproblem(music, message));
     mixer.limit();
     stats.scan = since(start);
     const auto stopped = [&] {

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "firework/firework.h"
+#include "firework/show.h"
 
 #include <cstddef>
 #include <string>
@@ -48,6 +49,10 @@ int render(const renderoptions_t& options, renderstats_t& stats);
 // The same for a scene already made (as loaded, before the viewer's lift);
 // `options.show` only names it in messages.
 int render(const renderoptions_t& options, std::vector<firework_t> scene, renderstats_t& stats);
+// With the show's music mixed under the burst sounds; a track that cannot be
+// read fails the render.
+int render(const renderoptions_t& options, std::vector<firework_t> scene, const music_t& music,
+           renderstats_t& stats);
 
 // Called after each frame, for measuring; nothing by default.
 using framehook_t = void (*)(std::size_t frame);

@@ -14,10 +14,17 @@ const std::vector<std::string>& builtinshows()
 
 bool openshow(const std::string& arg, std::vector<firework_t>& scene, std::string& message)
 {
+    music_t music;
+    return openshow(arg, scene, music, message);
+}
+
+bool openshow(const std::string& arg, std::vector<firework_t>& scene, music_t& music, std::string& message)
+{
     scene.clear();
     show_t show;
     if (!openshow(arg, show, message)) return false;
     scene = expand(show);
+    music = std::move(show.music);
     return true;
 }
 

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "firework/firework.h"
+#include "firework/show.h"
 
 #include <string>
 #include <vector>
@@ -17,5 +18,7 @@ const std::vector<std::string>& builtinshows();
 // lift of every launch site). False with one line in `message`
 // ("FILE:LINE: what is wrong") when it cannot.
 bool openshow(const std::string& arg, std::vector<firework_t>& scene, std::string& message);
+// The same, with the music a show file names (none otherwise).
+bool openshow(const std::string& arg, std::vector<firework_t>& scene, music_t& music, std::string& message);
 
 } // namespace vexlor
