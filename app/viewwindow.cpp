@@ -6,6 +6,8 @@
 #include "app/showsource.h"
 #include "app/viewstate.h"
 #include "audio/wavedispatch.h"
+#include "audio/xaudio2.h"
+#include "firework/showfile.h"
 #include "firework/evaluate.h"
 #include "glload/glextloader.h"
 #include "render/pgmshdr.h"
@@ -41,7 +43,31 @@ void ViewWindow::loadsound()
 
 void ViewWindow::loadscene()
 {
-    if (!openshow(m_argc > 1 ? m_argv[1] : nullptr, m_scene)) std::exit(1);
+    if (!openshow(m_argc > 1 ? m_argv[1] : nullptr, m_scene, m_musicfile)) std::exit(1);
+}
+
+// Music that cannot be played is told in one line; the show goes on without it.
+void ViewWindow::loadmusic()
+{
+    if (m_musicfile.file.empty()) return;
+    std::string message;
+    if (!m_music.Init(sndkit::xaudio2_t::engine(), m_musicfile.file.c_str(), m_musicfile.offset, m_musicfile.gain,
+                      message))
+        std::cerr << musicproblem(m_musicfile, message) << std::endl;
+}
+
+double ViewWindow::showtime() const
+{
+    const std::uint32_t at = m_clock.paused() ? m_clock.pausestart() : m_clock.now();
+    return scenetime(elapsedmicros(at, m_clock.origin()));
+}
+
+void ViewWindow::movemusic()
+{
+    if (m_clock.paused())
+        m_music.pause(showtime());
+    else
+        m_music.play(showtime());
 }
 
 void ViewWindow::init()
@@ -62,7 +88,9 @@ void ViewWindow::init()
     m_frame.Init(count);
     // The log is out; a show without its shaders would be a blank window.
     if (shaderfailed()) std::exit(1);
+    loadmusic();
     m_clock.start(clockmicros());
+    movemusic();
 }
 
 void ViewWindow::reshape(int, int)
@@ -80,6 +108,7 @@ void ViewWindow::display()
 void ViewWindow::idle()
 {
     const float t = m_clock.tick(clockmicros());
+    m_music.sync(t);
     m_evaluator.evaluate(m_scene, t, m_primitives,
                        [](std::size_t, sound_t) { wave->play(false); });
     m_frame.Update(m_primitives.data(), m_primitives.size());

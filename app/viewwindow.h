@@ -1,9 +1,10 @@
 // The one window of the program: owns the show and its point list, sets up
-// the camera, loads the burst sound, draws each frame (optionally through a
-// trail texture) and answers the keys.
+// the camera, loads the burst sound and the show's music, draws each frame
+// (optionally through a trail texture) and answers the keys.
 #pragma once
 
 #include "app/glutyapi4.h"
+#include "audio/musicplayer.h"
 #include "firework/evaluate.h"
 #include "firework/firework.h"
 #include "firework/primitive.h"
@@ -36,6 +37,10 @@ private:
     void togglepause();
     void step(std::int64_t micros);
     void toggleworkarea();
+    void loadmusic();
+    // Tells the music where the show's clock now stands after a move.
+    void movemusic();
+    double showtime() const;
 
     int m_argc;
     char** m_argv;
@@ -45,6 +50,8 @@ private:
     std::vector<firework_t> m_scene;
     evaluator_t m_evaluator; // what it knows of the scene makes burnt-out stars free
     sceneclock_t m_clock;
+    music_t m_musicfile;
+    sndkit::musicplayer_t m_music; // follows m_clock
     frame_t m_frame; // the renderers and the trail image: drawn by the same code as headless renders
 };
 
