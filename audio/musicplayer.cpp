@@ -14,9 +14,14 @@ namespace sndkit {
 
 namespace {
 
-// Frames of show time the drift is judged over: half a second at 60 fps,
-// longer than any mixing period.
-constexpr int k_window = 30;
+// Frames of show time the drift is judged over: a third of a second at 60
+// fps, longer than any mixing period.
+constexpr int k_window = 20;
+// The rate's correction: per second of drift, and per second of drift held
+// for a second; at most 10 % either way.
+constexpr double k_proportional = 2.0;
+constexpr double k_integral = 1.0;
+constexpr double k_slew = 0.1;
 
 void nothing(FAudioVoiceCallback*) {}
 void nothingbytes(FAudioVoiceCallback*, std::uint32_t) {}
@@ -74,6 +79,8 @@ bool musicplayer_t::Init(MyXAudio2* engine, const char* path, double offset, dou
     for (std::vector<float>& buffer : m_buffers)
         buffer.assign(2 * k_frames, 0.0f);
     m_quit = false;
+    m_integral = 0.0;
+    m_ratio = 1.0;
     m_feeder = std::thread(&musicplayer_t::feed, this);
     return true;
 }
@@ -113,6 +120,7 @@ void musicplayer_t::restart(double showtime, bool start)
     m_startframe = frameat(showtime);
     m_stream.seek(m_startframe);
     m_hasreference = false;
+    m_skipped = false;
     m_windowmax = -1e9;
     m_windowframes = 0;
     if (!start)
@@ -124,6 +132,8 @@ void musicplayer_t::restart(double showtime, bool start)
         return;
     }
     FAudioVoice_SetVolume(m_voice, m_gain, FAUDIO_COMMIT_NOW);
+    // The device's clock runs as it did: keep the rate learnt so far.
+    FAudioSourceVoice_SetFrequencyRatio(m_voice, static_cast<float>(m_ratio), FAUDIO_COMMIT_NOW);
     m_playing = true;
     topup();
     FAudioSourceVoice_Start(m_voice, 0, FAUDIO_COMMIT_NOW);
@@ -189,9 +199,19 @@ void musicplayer_t::sync(double showtime)
     m_windowmax = std::max(m_windowmax, difference);
     if (++m_windowframes < k_window)
         return;
+    const double window = showtime - m_windowstart;
+    m_windowstart = showtime;
     if (!m_hasreference) {
-        m_reference = m_windowmax;
-        m_hasreference = true;
+        // The first window holds the voice's start, when the device takes
+        // in more than it plays; the next one is steady.
+        if (m_skipped) {
+            m_reference = m_windowmax;
+            m_hasreference = true;
+        }
+        m_skipped = true;
+        m_windowmax = -1e9;
+        m_windowframes = 0;
+        return;
     }
     // The window's largest difference comes just after a mixing pass, so
     // windows compare like with like.
@@ -202,7 +222,14 @@ void musicplayer_t::sync(double showtime)
     if (std::fabs(drift) > k_tolerance) {
         ++m_resyncs;
         restart(showtime, true);
+        return;
     }
+    // Proportional and integral: the summed part learns the device's steady
+    // rate, the proportional part takes up what is left.
+    if (window > 0.0 && window < 2.0)
+        m_integral += drift * window;
+    m_ratio = std::clamp(1.0 - k_proportional * drift - k_integral * m_integral, 1.0 - k_slew, 1.0 + k_slew);
+    FAudioSourceVoice_SetFrequencyRatio(m_voice, static_cast<float>(m_ratio), FAUDIO_COMMIT_NOW);
 }
 
 } // namespace sndkit

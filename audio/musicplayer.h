@@ -1,8 +1,9 @@
 // musicplayer_t: the show's music on a source voice of its own, fed by a
 // thread in small buffers from a musicstream_t. The owner tells it the show
 // time on every move of its clock (start, seek, pause, resume) and once a
-// frame; it flushes and refills on a move, and re-seeks when the samples
-// played and the show's clock run apart.
+// frame; it flushes and refills on a move. When the samples played and the
+// show's clock run apart it nudges the voice's rate, and re-seeks when they
+// are far apart.
 #pragma once
 
 #include "audio/musicstream.h"
@@ -28,9 +29,9 @@ public:
     // about 21 ms each at 48 kHz, 85 ms ahead.
     static constexpr std::size_t k_frames = 1024;
     static constexpr std::size_t k_queued = 4;
-    // The music is moved back into place when it is further than this from
-    // the show's clock (seconds).
-    static constexpr double k_tolerance = 0.008;
+    // Small drift is taken up by playing the music a little faster or
+    // slower; beyond this (seconds) it is moved back into place at once.
+    static constexpr double k_tolerance = 0.040;
 
     musicplayer_t() = default;
     ~musicplayer_t();
@@ -91,8 +92,12 @@ private:
     // samples played grow a mixing period at a time.
     double m_windowmax = -1e9;
     int m_windowframes = 0;
+    double m_windowstart = 0.0;
     double m_reference = 0.0;
     bool m_hasreference = false;
+    bool m_skipped = false; // the first window after a start
+    double m_integral = 0.0; // drift summed over time, for the rate's steady part
+    double m_ratio = 1.0;
     std::atomic<double> m_drift{0.0};
     std::atomic<std::size_t> m_resyncs{0};
 };
