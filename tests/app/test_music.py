@@ -145,6 +145,17 @@ class Music(unittest.TestCase):
                 self.assertTrue(err.startswith("show.toml:7:8: music file: " + name + ": " + reason), err)
                 self.assertEqual(len(p.recording.onsets()), 1, "the launch sound")
 
+    def test_no_sound_device_stays_silent_with_music(self):
+        with Program(BIN, ["show.toml"], audio="no-such-driver",
+                     files={"show.toml": SHOW, "seconds.wav": track(seconds=3)}) as p:
+            self.assertIsNotNone(p.wait_window(), p.stderr())
+            p.focus()
+            time.sleep(OFFSET + 0.5)
+            p.key("space", "Right", "space", "Return")
+            time.sleep(0.5)
+            self.assertIsNone(p.proc.poll(), "the program ended without a sound device")
+            self.assertEqual(own(p.stderr()), "myxa2: master voice failed.\n")
+
 
 if __name__ == "__main__":
     unittest.main()

@@ -100,7 +100,8 @@ INSTANTIATE_TEST_SUITE_P(Formats, DecodeFormat,
                          ::testing::Values(format_t{".wav", SF_FORMAT_WAV | SF_FORMAT_PCM_16, 1e-4f, 0},
                                            format_t{".flac", SF_FORMAT_FLAC | SF_FORMAT_PCM_16, 1e-4f, 0},
                                            format_t{".ogg", SF_FORMAT_OGG | SF_FORMAT_VORBIS, 0.05f, 2},
-                                           format_t{".opus", SF_FORMAT_OGG | SF_FORMAT_OPUS, 0.08f, 2}),
+                                           format_t{".opus", SF_FORMAT_OGG | SF_FORMAT_OPUS, 0.08f, 2},
+                                           format_t{".mp3", SF_FORMAT_MPEG | SF_FORMAT_MPEG_LAYER_III, 0.08f, 2}),
                          [](const auto& info) { return std::string(info.param.extension + 1); });
 
 // 44.1 kHz to 48 kHz: the click lands at its time, and a seek anywhere gives
