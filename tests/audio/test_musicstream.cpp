@@ -1,6 +1,7 @@
 // Music tracks: each format decoded against the samples it was made from, a
 // click found at its sample after resampling and seeking, silence outside the
 // track, and the files refused with their reason.
+#include "audio/musicplayer.h"
 #include "audio/musicstream.h"
 
 #include <gtest/gtest.h>
@@ -212,6 +213,26 @@ TEST(MusicStream, RefusesWhatItCannotPlay)
     EXPECT_EQ(out[0], 0.0f);
     std::remove(text.c_str());
     std::remove(empty.c_str());
+}
+
+// Without a sound device the player still checks the track, so a bad one is
+// told, and then stays silent whatever the clock does.
+TEST(MusicPlayer, WithoutADeviceChecksTheTrackAndStaysSilent)
+{
+    const std::string path = temppath("-player.wav");
+    ASSERT_TRUE(write(path, SF_FORMAT_WAV | SF_FORMAT_PCM_16, 48000, tone(48000, 20000)));
+    sndkit::musicplayer_t player;
+    std::string message;
+    EXPECT_TRUE(player.Init(nullptr, path.c_str(), 0.5, 1.0, message)) << message;
+    EXPECT_FALSE(player.active());
+    player.play(0.0);
+    player.sync(1.0);
+    player.pause(2.0);
+    EXPECT_EQ(player.resyncs(), 0u);
+    EXPECT_FALSE(player.Init(nullptr, "/nonexistent/track.ogg", 0.0, 1.0, message));
+    EXPECT_EQ(message, "cannot read the file (No such file or directory)");
+    player.Destroy();
+    std::remove(path.c_str());
 }
 
 } // namespace
