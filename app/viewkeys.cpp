@@ -1,4 +1,4 @@
-// The viewer's keys: restart, pause, one-second steps, the diagnostic
+// The viewer's keys: restart, pause, one-second steps (the music follows each), the diagnostic
 // polygon-offset pair, the work-area toggle, trail mode on Shift, and quit.
 #include "app/viewwindow.h"
 
@@ -41,6 +41,7 @@ void ViewWindow::restart()
 {
     m_frame.ResetCamera();
     m_clock.restart(clockmicros());
+    movemusic();
     for (auto& shell : m_show.shells) shell.launched = shell.exploded = false;
 }
 
@@ -50,11 +51,13 @@ void ViewWindow::togglepause()
         winkit::glfwyMGR4::instance()->IdleOff();
     else
         winkit::glfwyMGR4::instance()->IdleOn();
+    movemusic();
 }
 
 void ViewWindow::step(std::int64_t micros)
 {
     m_clock.step(micros, clockmicros());
+    movemusic();
     idle();
     redraw();
 }

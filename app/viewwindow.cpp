@@ -5,6 +5,8 @@
 #include "app/glfwymgr4.h"
 #include "app/viewstate.h"
 #include "audio/wavedispatch.h"
+#include "audio/xaudio2.h"
+#include "firework/showfile.h"
 #include "firework/evaluate.h"
 #include "glload/glextloader.h"
 #include "render/pgmshdr.h"
@@ -90,7 +92,9 @@ void ViewWindow::pollload()
     if (shaderfailed()) std::exit(1);
     if (window) glfwSetWindowTitle(window, k_title);
     m_loaded = true;
+    loadmusic();
     m_clock.start(clockmicros());
+    movemusic();
 }
 
 // Quitting during a load stops the read without waiting for it: the reader
@@ -102,6 +106,30 @@ void ViewWindow::quit()
         m_loader.settle(0.1);
     }
     std::exit(1);
+}
+
+// Music that cannot be played is told in one line; the show goes on without it.
+void ViewWindow::loadmusic()
+{
+    if (m_show.music.file.empty()) return;
+    std::string message;
+    if (!m_music.Init(sndkit::xaudio2_t::engine(), m_show.music.file.c_str(), m_show.music.offset, m_show.music.gain,
+                      message))
+        std::cerr << musicproblem(m_show.music, message) << std::endl;
+}
+
+double ViewWindow::showtime() const
+{
+    const std::uint32_t at = m_clock.paused() ? m_clock.pausestart() : m_clock.now();
+    return scenetime(elapsedmicros(at, m_clock.origin()));
+}
+
+void ViewWindow::movemusic()
+{
+    if (m_clock.paused())
+        m_music.pause(showtime());
+    else
+        m_music.play(showtime());
 }
 
 void ViewWindow::init()
@@ -138,6 +166,7 @@ void ViewWindow::idle()
         if (loading()) return;
     }
     const float t = m_clock.tick(clockmicros());
+    m_music.sync(t);
     m_evaluator.evaluate(m_show, t, m_primitives,
                        [](std::size_t, sound_t) { wave->play(false); });
     m_frame.Update(m_primitives.data(), m_primitives.size());

@@ -1,11 +1,12 @@
 // The one window of the program: owns the show and its point list, sets up
-// the camera, loads the burst sound, draws each frame (optionally through a
-// trail texture) and answers the keys. The show loads on a worker thread while
-// the window shows how far it has got.
+// the camera, loads the burst sound and the show's music, draws each frame
+// (optionally through a trail texture) and answers the keys. The show loads on
+// a worker thread while the window shows how far it has got.
 #pragma once
 
 #include "app/glutyapi4.h"
 #include "app/showloader.h"
+#include "audio/musicplayer.h"
 #include "firework/evaluate.h"
 #include "firework/firework.h"
 #include "firework/primitive.h"
@@ -42,6 +43,10 @@ private:
     void togglepause();
     void step(std::int64_t micros);
     void toggleworkarea();
+    void loadmusic();
+    // Tells the music where the show's clock now stands after a move.
+    void movemusic();
+    double showtime() const;
 
     int m_argc;
     char** m_argv;
@@ -54,6 +59,7 @@ private:
     int m_shownpercent = -1; // the percentage last put in the title while loading
     evaluator_t m_evaluator; // what it knows of the scene makes burnt-out stars free
     sceneclock_t m_clock;
+    sndkit::musicplayer_t m_music; // follows m_clock
     frame_t m_frame; // the renderers and the trail image: drawn by the same code as headless renders
 };
 

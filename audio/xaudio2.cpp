@@ -79,6 +79,11 @@ bool xaudio2_t::init(unsigned long long device)
     return true;
 }
 
+MyXAudio2* xaudio2_t::engine()
+{
+    return s_pxaudio;
+}
+
 bool xaudio2_t::clear()
 {
     return true;

@@ -15,6 +15,8 @@
 
 namespace sndkit {
 
+class MyXAudio2;
+
 class xaudio2_t : public wave_t {
 public:
     // One play: the sink its decoder sends to, its voice and its thread.
@@ -54,6 +56,9 @@ public:
     // true even when there is no device (the player then stays silent).
     static bool init(unsigned long long device);
     static bool clear();
+    // The process's engine wrapper, null until init; other voices (the
+    // music's) are made on it.
+    static MyXAudio2* engine();
 
     // Reads the file and prepares the voices' format. Plays still sounding
     // from an earlier load are ended first: they read what it replaces.

@@ -9,12 +9,26 @@
 #include <cstddef>
 #include <cstdint>
 #include <ostream>
+#include <string>
 #include <unordered_map>
 #include <vector>
 
 namespace vexlor {
 
+// The music a show file names: played from show time `offset` (negative: from
+// inside the track) at `gain`. No file: no music. `line` and `column` tell
+// where the file was named, for problems found when it is opened.
+struct music_t {
+    std::string file; // resolved against the show file's folder
+    double offset = 0.0;
+    double gain = 1.0;
+    std::size_t line = 0;
+    std::size_t column = 0;
+    std::string showfile; // the show file that names it
+};
+
 struct show_t {
+    music_t music;
     std::vector<std::vector<fire_t>> designs;
     std::vector<firework_t> shells;  // headers: `fires` stays empty
     std::vector<std::size_t> design; // per shell, an index into designs

@@ -119,9 +119,15 @@ public:
         }
         toml::table& root = parsed.table();
         std::vector<entry_t> entries;
+        music_t music;
         for (auto&& [key, node] : root) {
+            if (key.str() == "music") {
+                readmusic(node, music);
+                continue;
+            }
             if (key.str() != "shell") {
-                problem(key.source(), "unknown key '" + std::string(key.str()) + "' (a show holds [[shell]] tables)");
+                problem(key.source(), "unknown key '" + std::string(key.str())
+                                          + "' (a show holds [[shell]] tables and one [music] table)");
                 continue;
             }
             toml::array* array = node.as_array();
@@ -147,6 +153,7 @@ public:
             return false;
         }
         build(entries, show);
+        show.music = std::move(music);
         return true;
     }
 
@@ -423,6 +430,44 @@ private:
         return limits(table, entry);
     }
 
+    // The [music] table: a file, and optionally an offset and a gain. The file
+    // is opened by whoever plays it; here only its name is checked.
+    void readmusic(toml::node& node, music_t& music)
+    {
+        toml::table* table = node.as_table();
+        if (table == nullptr) {
+            problem(node.source(), "'music' must be a table [music] with file, offset and gain");
+            return;
+        }
+        const toml::node* file = table->get("file");
+        if (file == nullptr)
+            problem(table->source(), "the music has no file");
+        for (auto&& [key, value] : *table) {
+            const std::string_view k = key.str();
+            if (k == "file") {
+                const std::optional<std::string_view> name = value.value<std::string_view>();
+                if (!name || name->empty()) {
+                    problem(value.source(), "file must name a music file");
+                    continue;
+                }
+                const std::filesystem::path path(*name);
+                music.file = (path.is_absolute() ? path : m_folder / path).string();
+                music.line = value.source().begin.line;
+                music.column = value.source().begin.column;
+                music.showfile = m_path;
+            } else if (k == "offset") {
+                if (number(value, "offset", music.offset) && std::fabs(music.offset) > maxmusicoffset)
+                    problem(value.source(), "offset must lie within " + std::to_string(int(maxmusicoffset))
+                                                + " s either side of the show's start");
+            } else if (k == "gain") {
+                if (notnegative(value, "gain", music.gain) && music.gain > maxmusicgain)
+                    problem(value.source(), "gain must be at most " + std::to_string(int(maxmusicgain)));
+            } else {
+                problem(key.source(), "unknown key '" + std::string(k) + "' (music takes file, offset, gain)");
+            }
+        }
+    }
+
     static std::string kindname(kind_t kind)
     {
         for (const kindinfo_t& info : kinds)
@@ -654,6 +699,12 @@ bool sniffformat(const char* path, fileformat_t& format)
     const bool hex = line.size() > 2 && line[0] == '0' && (line[1] == 'x' || line[1] == 'X');
     format = (hex ? isdigits(line.substr(2), 16) : isdigits(line, 10)) ? fileformat_t::scene : fileformat_t::show;
     return true;
+}
+
+std::string musicproblem(const music_t& music, const std::string& reason)
+{
+    return oneline(music.showfile + ":" + std::to_string(music.line) + ":" + std::to_string(music.column)
+                   + ": music file: " + music.file + ": " + reason);
 }
 
 bool readshowfile(const char* path, show_t& show, std::vector<std::string>& problems, const readprogress_t& progress)

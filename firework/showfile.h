@@ -1,6 +1,7 @@
 // Show files: TOML written by hand, a list of [[shell]] tables, each a kind
 // of shell, a built-in show or a scene file, placed at a time and a point and
-// optionally repeated. Read into a show_t that holds each design once.
+// optionally repeated, and an optional [music] table naming a track. Read
+// into a show_t that holds each design once.
 #pragma once
 
 #include "firework/scenefile.h"
@@ -22,6 +23,11 @@ inline constexpr std::size_t maxshowbytes = 2u << 20;
 // Problems listed for one file; the rest are summed up in one more line.
 inline constexpr std::size_t maxproblems = 100;
 
+// The music's offset and gain stay within these: a day's offset, and a gain
+// that cannot reach infinity in a mix.
+inline constexpr double maxmusicoffset = 86400.0;
+inline constexpr double maxmusicgain = 16.0;
+
 enum class fileformat_t { scene, show };
 
 // A scene file's first line is its count of fireworks; anything else is taken
@@ -39,5 +45,9 @@ bool readshowfile(const char* path, show_t& show, std::vector<std::string>& prob
 // problems and scene files are found beside it.
 bool readshowtext(const std::string& text, const char* path, show_t& show, std::vector<std::string>& problems,
                   const readprogress_t& progress = {});
+
+// A problem with the show's music file as one line:
+// "SHOWFILE:LINE:COLUMN: music file: FILE: reason".
+std::string musicproblem(const music_t& music, const std::string& reason);
 
 } // namespace vexlor

@@ -281,7 +281,13 @@ TEST(ShowFile, EveryProblemWithItsPosition)
         {show + "count = 3\ninterval = 1e300\n", {"4:9: the last repetition's time is too large"}},
         {show + "count = 2.5\ncolor = [0.5, 0.5]\n", {"4:9: count must be a whole number", "5:9: color must be an array [red, green, blue] or [red, green, blue, alpha]"}},
         {"# nothing yet\n", {"1:1: the show holds no shells"}},
-        {"shell = 3\n[music]\nfile = \"a.ogg\"\n", {"1:9: 'shell' must be a list of [[shell]] tables", "2:2: unknown key 'music' (a show holds [[shell]] tables)"}},
+        {"shell = 3\nsong = \"a.ogg\"\n", {"1:9: 'shell' must be a list of [[shell]] tables", "2:1: unknown key 'song' (a show holds [[shell]] tables and one [music] table)"}},
+        {show + "[music]\nfile = \"a.ogg\"\noffset = \"soon\"\ngain = -1\nvolume = 1\n",
+         {"6:10: offset must be a number", "7:8: gain must not be negative", "8:1: unknown key 'volume' (music takes file, offset, gain)"}},
+        {show + "[music]\nfile = 3\noffset = nan\ngain = inf\n", {"5:8: file must name a music file", "6:10: offset must be finite", "7:8: gain must be finite"}},
+        {show + "[music]\noffset = 1e9\ngain = 17\n", {"4:1: the music has no file", "5:10: offset must lie within 86400 s either side of the show's start", "6:8: gain must be at most 16"}},
+        {"music = 3\n" + show, {"1:9: 'music' must be a table [music] with file, offset and gain"}},
+        {show + "[music]\nfile = \"a.ogg\"\n[music]\nfile = \"b.ogg\"\n", {"6:1: Error while parsing table header: cannot redefine existing table 'music'"}},
         {show + "fuse = in\n", {"4:10: Error while parsing floating-point: expected 'inf', saw 'in\\n'"}},
         {show + "[[[shell]]]\n", {"4:3: Error while parsing key: expected bare key starting character or string delimiter, saw '['"}},
         {show + "# a comment may say \u00e9t\u00e9\n\"f\u00fcr\" = 1\n", {"5:3: the character U+00FC is allowed only in comments"}},
@@ -315,6 +321,33 @@ TEST(ShowFile, EveryProblemWithItsPosition)
     problems.clear();
     EXPECT_FALSE(readshowfile(large.c_str(), read, problems));
     EXPECT_EQ(problems, std::vector<std::string>{large + ": a show file may hold at most 2 MB"});
+}
+
+// The music is named relative to the show file; it is not opened here, so a
+// missing track does not keep the show from playing.
+TEST(ShowFile, MusicWithOffsetAndGain)
+{
+    tempdir dir;
+    const std::string shell = "[[shell]]\nkind = \"single\"\ntime = 0\n";
+    const std::string path = dir.write("music.toml", "[music]\nfile = \"tracks/song.ogg\"\noffset = -2.5\ngain = 0.5\n" + shell);
+    show_t show;
+    std::vector<std::string> problems;
+    ASSERT_TRUE(readshowfile(path.c_str(), show, problems)) << problems.front();
+    EXPECT_EQ(show.music.file, dir.path + "/tracks/song.ogg");
+    EXPECT_EQ(show.music.offset, -2.5);
+    EXPECT_EQ(show.music.gain, 0.5);
+    EXPECT_EQ(show.music.line, 2u);
+    EXPECT_EQ(show.music.column, 8u);
+    EXPECT_EQ(show.music.showfile, path);
+    // Without a table, no music; with only a file, from the start at full gain.
+    const std::string plain = dir.write("plain.toml", shell);
+    ASSERT_TRUE(readshowfile(plain.c_str(), show, problems));
+    EXPECT_TRUE(show.music.file.empty());
+    const std::string only = dir.write("only.toml", shell + "[music]\nfile = \"/abs/track.flac\"\n");
+    ASSERT_TRUE(readshowfile(only.c_str(), show, problems));
+    EXPECT_EQ(show.music.file, "/abs/track.flac");
+    EXPECT_EQ(show.music.offset, 0.0);
+    EXPECT_EQ(show.music.gain, 1.0);
 }
 
 TEST(OpenShow, FilesByContentAndBuiltinShowsByName)

@@ -69,11 +69,11 @@ def page_options(scd):
 
 
 def gallery():
-    """The shows folder's show and scene files: relative path -> text."""
+    """The shows folder's show and scene files and music: relative path -> text."""
     shows, found = os.path.join(SOURCE, "shows"), {}
     for top, _, files in os.walk(shows):
         for name in files:
-            if name.endswith((".toml", ".scene")):
+            if name.endswith((".toml", ".scene", ".ogg", ".flac")):
                 path = os.path.join(top, name)
                 with open(path, errors="replace") as f:
                     found[os.path.relpath(path, shows)] = f.read()

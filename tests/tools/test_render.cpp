@@ -259,6 +259,67 @@ TEST_F(Render, SoundOnsetsLandOnTheExactSamplesOfLaunchesAndBursts)
     EXPECT_NEAR(energy(heard[2] + 24000, 24000) / one, 2.0, 0.01);
 }
 
+// The show's music lands on its exact sample, under its gain: the track
+// rendered with music less the one without is the music alone (within the
+// 16-bit step), at offset - from seconds, and silent outside the track.
+TEST_F(Render, MusicLandsOnItsExactSampleUnderItsGain)
+{
+    // Two clicks in a silent track at 48 kHz: frames 1000 and 30000.
+    const std::string track = s_dir->path + "/clicks.wav";
+    {
+        SF_INFO info{};
+        info.samplerate = 48000;
+        info.channels = 1;
+        info.format = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
+        std::vector<float> samples(40000, 0.0f);
+        samples[1000] = 0.5f;
+        samples[30000] = 0.25f;
+        SNDFILE* file = sf_open(track.c_str(), SFM_WRITE, &info);
+        ASSERT_NE(file, nullptr);
+        sf_writef_float(file, samples.data(), 40000);
+        sf_close(file);
+    }
+    const std::string shell = "[[shell]]\nkind = \"single\"\ntime = 0\n";
+    const struct {
+        const char* name;
+        double offset, from;
+        std::vector<std::pair<std::size_t, float>> clicks; // frame in the render, value before the gain
+    } cases[] = {
+        {"late", 1.25, 0.5, {{37000, 0.5f}, {66000, 0.25f}}},
+        {"early", -0.1, 0.0, {{25200, 0.25f}}},
+    };
+    for (const auto& c : cases) {
+        const std::string show = s_dir->write(std::string(c.name) + ".toml",
+                                              shell + "[music]\nfile = \"clicks.wav\"\noffset = " + std::to_string(c.offset)
+                                                  + "\ngain = 0.5\n");
+        vexlor::renderoptions_t withmusic = options(s_dir->path + "/" + c.name + "/");
+        withmusic.show = show;
+        withmusic.from = c.from;
+        withmusic.to = c.from + 1.5;
+        vexlor::renderoptions_t without = withmusic;
+        without.show = "single";
+        without.output = s_dir->path + "/" + c.name + "-silent/";
+        ASSERT_EQ(render(withmusic), 0) << c.name;
+        ASSERT_EQ(render(without), 0) << c.name;
+        SF_INFO a, b;
+        const std::vector<short> mixed = readwav(withmusic.output + "sound.wav", a);
+        const std::vector<short> plain = readwav(without.output + "sound.wav", b);
+        ASSERT_EQ(mixed.size(), plain.size());
+        ASSERT_EQ(mixed.size(), 72000u * 2);
+        std::vector<std::pair<std::size_t, float>> heard;
+        for (std::size_t i = 0; i < mixed.size() / 2; ++i) {
+            const int d = mixed[2 * i] - plain[2 * i];
+            EXPECT_EQ(d, mixed[2 * i + 1] - plain[2 * i + 1]) << c.name << " " << i;
+            if (std::abs(d) > 2) heard.emplace_back(i, d / 32767.0f / 0.5f);
+        }
+        ASSERT_EQ(heard.size(), c.clicks.size()) << c.name;
+        for (std::size_t k = 0; k < heard.size(); ++k) {
+            EXPECT_EQ(heard[k].first, c.clicks[k].first) << c.name;
+            EXPECT_NEAR(heard[k].second, c.clicks[k].second, 1e-3) << c.name;
+        }
+    }
+}
+
 TEST(ShowScan, SoundsAreThoseTheEvaluationAsksForAtTheirOwnTimes)
 {
     // From 2.5 s: frame 0 asks for A's launch (0 s) and burst (2 s), which
@@ -408,6 +469,10 @@ TEST_F(Render, BadInputsGiveOneLineAndAStatus)
 {
     const std::string mp4 = s_dir->path + "/bad.mp4";
     const std::string broken = s_dir->write("broken.scene", "1\n0\nnonsense\n");
+    const std::string shell = "[[shell]]\nkind = \"single\"\ntime = 0\n[music]\nfile = ";
+    const std::string nomusic = s_dir->write("nomusic.toml", shell + "\"gone.ogg\"\n");
+    s_dir->write("notes.txt", "not a sound\n");
+    const std::string textmusic = s_dir->write("textmusic.toml", shell + "\"notes.txt\"\n");
     const std::string fakebin = s_dir->path + "/fakebin";
     fs::create_directories(fakebin);
     // The real ffmpeg, made to fail by an option it does not know.
@@ -433,6 +498,8 @@ TEST_F(Render, BadInputsGiveOneLineAndAStatus)
         {"single -o /nonexistent/dir/ --size 64x36", "", 1, "/nonexistent/dir/"},
         {broken + " -o " + mp4, "", 1, broken + ":1: "},
         {"/nonexistent.scene -o " + mp4, "", 1, "/nonexistent.scene"},
+        {nomusic + " -o " + mp4 + " --size 64x36", "", 1, nomusic + ":5:8: music file: " + s_dir->path + "/gone.ogg: cannot read the file (No such file or directory)"},
+        {textmusic + " -o " + mp4 + " --size 64x36", "", 1, textmusic + ":5:8: music file: " + s_dir->path + "/notes.txt: not a sound format"},
         {"single -o " + mp4 + " --size 64x36", "PATH=/nonexistent", 1, "Debian package ffmpeg"},
         {"single -o " + mp4 + " --size 64x36 --to 0.5", "PATH=" + fakebin, 1, "ffmpeg stopped reading frames: Error splitting the argument list"},
         {"single -o " + s_dir->path + "/noegl/ --size 64x36 --to 0.5",

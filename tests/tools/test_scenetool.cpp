@@ -8,6 +8,8 @@
 
 #include <filesystem>
 
+#include <sndfile.h>
+
 #include <gtest/gtest.h>
 
 #include <sys/wait.h>
@@ -104,6 +106,46 @@ TEST(SceneTool, ShowFilesCheckedDescribedAndExpanded)
     EXPECT_FALSE(std::filesystem::exists(dir.path + "/bad.scene"));
     EXPECT_EQ(run(dir, "info " + dir.path + "/none.toml").status, 1);
     EXPECT_EQ(run(dir, "expand " + show).status, 2);
+}
+
+// A show's music: check opens it and names the show file's line and the
+// track when it cannot be played; info tells its length and format.
+TEST(SceneTool, MusicCheckedAndDescribed)
+{
+    tempdir dir;
+    {
+        SF_INFO format{};
+        format.samplerate = 44100;
+        format.channels = 2;
+        format.format = SF_FORMAT_FLAC | SF_FORMAT_PCM_16;
+        SNDFILE* file = sf_open((dir.path + "/song.flac").c_str(), SFM_WRITE, &format);
+        ASSERT_NE(file, nullptr);
+        std::vector<float> samples(2 * 66150, 0.1f);
+        sf_writef_float(file, samples.data(), 66150);
+        sf_close(file);
+    }
+    const std::string shell = "[[shell]]\nkind = \"single\"\ntime = 0\n";
+    const std::string good = dir.write("good.toml", shell + "[music]\nfile = \"song.flac\"\noffset = -0.5\ngain = 0.8\n");
+    EXPECT_EQ(run(dir, "check " + good).status, 0);
+    const result_t info = run(dir, "info " + good);
+    EXPECT_EQ(info.status, 0);
+    EXPECT_NE(info.out.find("sounds: 2\n" + dir.path + "/song.flac\nmusic: 1.500 s, FLAC (Signed 16 bit PCM), 44100 Hz, "
+                            "2 channels, from -0.5 s at gain 0.8\n"), std::string::npos) << info.out;
+
+    dir.write("notes.txt", "these are words\n");
+    std::filesystem::create_directory(dir.path + "/folder.ogg");
+    const std::pair<std::string, std::string> cases[] = {{"missing.ogg", "cannot read the file (No such file or directory)"},
+                                                         {"notes.txt", "not a sound format that can be played ("},
+                                                         {"folder.ogg", "cannot read the file (a folder)"}};
+    for (const auto& [name, reason] : cases) {
+        const std::string bad = dir.write("bad.toml", shell + "\n[music]\nfile = \"" + name + "\"\n");
+        for (const char* command : {"check ", "info "}) {
+            const result_t r = run(dir, command + bad);
+            EXPECT_EQ(r.status, 1) << command << name;
+            EXPECT_EQ(r.err.rfind(bad + ":6:8: music file: " + dir.path + "/" + name + ": " + reason, 0), 0u) << r.err;
+            EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << r.err;
+        }
+    }
 }
 
 TEST(SceneTool, EveryShowOfTheGalleryPasses)

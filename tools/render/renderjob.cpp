@@ -5,6 +5,7 @@
 
 #include "app/datapath.h"
 #include "firework/evaluate.h"
+#include "firework/showfile.h"
 #include "glload/glextloader.h"
 #include "render/frame.h"
 #include "tools/render/eglcontext.h"
@@ -142,6 +143,9 @@ int render(const renderoptions_t& options, show_t scene, renderstats_t& stats)
     mixer_t mixer(soundframes);
     for (const soundevent_t& event : scan.sounds)
         mixer.add(burst, std::llround((event.time - options.from) * k_soundrate));
+    if (const music_t& music = scene.music;
+        !music.file.empty() && !mixmusic(mixer, music.file, music.offset, music.gain, options.from, message))
+        return fail(musicproblem(music, message));
     mixer.limit();
     stats.scan = since(start);
     const auto stopped = [&] {

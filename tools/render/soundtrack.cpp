@@ -2,6 +2,7 @@
 // mix with its limiter, and the WAVE writer (libsndfile).
 #include "tools/render/soundtrack.h"
 
+#include "audio/musicstream.h"
 #include "audio/wave.h"
 
 #include <samplerate.h>
@@ -174,6 +175,31 @@ float mixer_t::limit(float ceiling)
         m_samples[2 * i + 1] *= gain[i];
     }
     return smallest;
+}
+
+bool mixmusic(mixer_t& mixer, const std::string& path, double offset, double gain, double from,
+              std::string& message)
+{
+    sndkit::musicstream_t stream;
+    if (!stream.open(path.c_str(), k_soundrate, message)) return false;
+    constexpr std::size_t block = 1 << 16;
+    const std::int64_t first = std::llround((offset - from) * k_soundrate);
+    // The part of the track that falls within the render.
+    const std::int64_t begin = std::max<std::int64_t>(0, first);
+    const std::int64_t end = std::min<std::int64_t>(static_cast<std::int64_t>(mixer.frames()), first + stream.frames());
+    if (begin >= end) return true;
+    stream.seek(begin - first);
+    clip_t clip;
+    for (std::int64_t at = begin; at < end; at += static_cast<std::int64_t>(block)) {
+        const auto n = static_cast<std::size_t>(std::min<std::int64_t>(block, end - at));
+        clip.samples.resize(n * 2);
+        if (!stream.read(clip.samples.data(), n)) {
+            message = "cannot read the track";
+            return false;
+        }
+        mixer.add(clip, at, static_cast<float>(gain));
+    }
+    return true;
 }
 
 bool writewav(const std::string& path, const std::vector<float>& samples, std::string& message)

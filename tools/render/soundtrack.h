@@ -1,6 +1,6 @@
 // The render's sound track: stereo 48 kHz, mixed in floating point from
 // clips placed on exact samples, kept free of clipping by a limiter, and
-// written as a WAVE file. Any number of sources can be added to a mix.
+// written as a WAVE file. The show's music is streamed into the mix. Any number of sources can be added to a mix.
 #pragma once
 
 #include <cstddef>
@@ -42,6 +42,13 @@ public:
 private:
     std::vector<float> m_samples;
 };
+
+// Mixes the music track at `path` in, times `gain`, for a track that starts
+// at `from` seconds of show time: the music's first sample, played at show
+// time `offset`, lands on frame round((offset - from) * 48000). The track is
+// streamed in blocks. False with the reason in `message`.
+bool mixmusic(mixer_t& mixer, const std::string& path, double offset, double gain, double from,
+              std::string& message);
 
 // 16-bit PCM stereo at 48 kHz. False with one line in `message`.
 bool writewav(const std::string& path, const std::vector<float>& samples, std::string& message);

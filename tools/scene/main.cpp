@@ -2,6 +2,7 @@
 // scene files, and a look into either before the viewer plays them.
 // Exit status: 0 done, 1 the file is bad or cannot be written, 2 usage error
 // (an empty file name included).
+#include "audio/musicstream.h"
 #include "firework/builtin.h"
 #include "firework/loadsave.h"
 #include "firework/openshow.h"
@@ -33,12 +34,13 @@ const char* const helptext =
     "                      single, simple, random, miniexhibition, blink, susuki\n"
     "  check FILE          check that the viewer can play FILE; every problem is\n"
     "                      printed as FILE:LINE:COLUMN: what is wrong (scene\n"
-    "                      files: FILE:LINE: what is wrong)\n"
+    "                      files: FILE:LINE: what is wrong), the music file\n"
+    "                      included\n"
     "  info FILE           print the counts of fireworks, distinct designs, fires,\n"
     "                      powders and films, the show's length until nothing is\n"
     "                      left to draw and the largest number of points in one\n"
-    "                      frame (60 frames a second); FILE may also name a\n"
-    "                      built-in show\n"
+    "                      frame (60 frames a second), and the music's file,\n"
+    "                      length and format; FILE may also name a built-in show\n"
     "  expand SHOW SCENE   write SHOW (a show file, scene file or built-in show)\n"
     "                      as the scene file SCENE\n"
     "  --help              print this help\n"
@@ -86,6 +88,15 @@ int check(const char* path)
         std::cerr.flush();
         return 1;
     }
+    // The viewer would play the show without its music: a mistake all the same.
+    if (!show.music.file.empty()) {
+        sndkit::musicinfo_t music;
+        std::string message;
+        if (!sndkit::probemusic(show.music.file.c_str(), music, message)) {
+            std::cerr << vexlor::musicproblem(show.music, message) << std::endl;
+            return 1;
+        }
+    }
     return 0;
 }
 
@@ -118,7 +129,21 @@ int info(const std::string& path)
     std::cout << line;
     std::snprintf(line, sizeof line, "largest frame: %zu points at %.3f s\n", run.largest,
                   static_cast<double>(run.largestat));
-    std::cout << line << "sounds: " << run.sounds << std::endl;
+    std::cout << line << "sounds: " << run.sounds << '\n';
+    if (!show.music.file.empty()) {
+        sndkit::musicinfo_t music;
+        std::string message;
+        if (!sndkit::probemusic(show.music.file.c_str(), music, message)) {
+            std::cout.flush();
+            std::cerr << vexlor::musicproblem(show.music, message) << std::endl;
+            return 1;
+        }
+        std::snprintf(line, sizeof line, "music: %.3f s, %s, %d Hz, %d channel%s, from %g s at gain %g\n",
+                      music.seconds(), music.format.c_str(), music.rate, music.channels,
+                      music.channels == 1 ? "" : "s", show.music.offset, show.music.gain);
+        std::cout << show.music.file << '\n' << line;
+    }
+    std::cout.flush();
     return 0;
 }
 
