@@ -23,7 +23,7 @@ configure: deps
 build: configure
 	@cmake --build $(BUILD) -j $(JOBS)
 
-# SCENE=FILE plays a scene file instead of the built-in show.
+# SCENE=FILE plays a show or scene file (or a built-in show by name) instead of susuki.
 run: build
 	@exec $(BUILD)/bin/vexlor $(SCENE)
 
