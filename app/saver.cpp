@@ -7,10 +7,13 @@
 #include "app/eglwindow.h"
 #include "app/framepacer.h"
 #include "app/showloop.h"
+#include "audio/musicplayer.h"
 #include "audio/wavedispatch.h"
+#include "audio/xaudio2.h"
 #include "firework/evaluate.h"
 #include "firework/openshow.h"
 #include "firework/sceneclock.h"
+#include "firework/showfile.h"
 #include "glload/glextloader.h"
 #include "glload/keepdriver.h"
 #include "render/pgmshdr.h"
@@ -108,8 +111,18 @@ int runsaver(const saveroptions_t& options, const char* argv0)
     // The log is out; a screensaver without its shaders would be a blank window.
     if (shaderfailed()) return 1;
 
+    // With sound, a show's music plays too, following the loop's restarts.
+    sndkit::musicplayer_t music;
+    if (wave && !show.music.file.empty()) {
+        std::string message;
+        if (!music.Init(sndkit::xaudio2_t::engine(), show.music.file.c_str(), show.music.offset, show.music.gain,
+                        message))
+            std::cerr << musicproblem(show.music, message) << std::endl;
+    }
+
     sceneclock_t clock;
     clock.start(clockmicros());
+    music.play(0.0);
     showloop_t loop(options.delay);
     winkit::framepacer_t pacer; // 60 Hz: a swap interval of 1 does not pace everywhere
     const soundfunc_t onsound = [wave](std::size_t, sound_t) {
@@ -122,9 +135,12 @@ int runsaver(const saveroptions_t& options, const char* argv0)
         if (!target.Size(width, height)) break;
         if (width != frame.width() || height != frame.height()) frame.Reshape(width, height);
 
-        evaluator.evaluate(show, clock.tick(clockmicros()), points, onsound);
+        const float t = clock.tick(clockmicros());
+        music.sync(t);
+        evaluator.evaluate(show, t, points, onsound);
         if (loop.restart(points.empty(), steadyseconds())) {
             clock.restart(clockmicros());
+            music.play(0.0);
             for (auto& shell : show.shells) shell.launched = shell.exploded = false;
         }
         frame.Update(points.data(), points.size());
@@ -136,6 +152,7 @@ int runsaver(const saveroptions_t& options, const char* argv0)
         pacer.pace();
     }
 
+    music.Destroy();
     frame.Destroy();
     target.Destroy();
     if (g_signal) dieofsignal();
