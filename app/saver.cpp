@@ -99,7 +99,7 @@ int runsaver(const saveroptions_t& options, const char* argv0)
     if (options.sound && !(wave = startsound(argv0))) return 1;
     glload::gl_extloader_init();
 
-    for (auto& shell : show.shells) shell.position.z += 1000.0f;
+    liftlaunchsites(show);
     evaluator_t evaluator;
     evaluator.prepare(show);
     const std::size_t capacity = pointcapacity(show);

@@ -80,7 +80,7 @@ void ViewWindow::pollload()
     }
 
     m_loader.take(m_show);
-    for (auto& shell : m_show.shells) shell.position.z += 1000.0f;
+    liftlaunchsites(m_show);
     m_evaluator.prepare(m_show);
     // A true bound, also for shells without stars, which still draw while rising.
     const std::size_t count = pointcapacity(m_show);

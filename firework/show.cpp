@@ -130,6 +130,12 @@ std::vector<firework_t> expand(const show_t& show)
     return scene;
 }
 
+void liftlaunchsites(show_t& show)
+{
+    constexpr float k_lift = 1000.0f;
+    for (firework_t& shell : show.shells) shell.position.z += k_lift;
+}
+
 std::size_t showbytes(const show_t& show)
 {
     std::size_t bytes = vectorbytes(show.designs) + vectorbytes(show.shells) + vectorbytes(show.design);

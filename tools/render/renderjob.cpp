@@ -117,8 +117,7 @@ int render(const renderoptions_t& options, show_t scene, renderstats_t& stats)
     stats = renderstats_t{};
     std::string message;
 
-    // The viewer lifts every launch site by 1000 before its first frame.
-    for (auto& firework : scene.shells) firework.position.z += 1000.0f;
+    liftlaunchsites(scene);
 
     const sinkformat_t format{options.width, options.height, options.fps};
     std::unique_ptr<framesink_t> sink = makesink(options.output, format, message);
