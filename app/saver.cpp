@@ -103,6 +103,8 @@ int runsaver(const saveroptions_t& options, const char* argv0)
     evaluator_t evaluator;
     evaluator.prepare(show);
     const std::size_t capacity = pointcapacity(show);
+    evaluator.setthreads(threadsfor(capacity));
+    evaluator.reserve(frame_t::startcapacity(capacity));
     std::vector<primitive_t> points;
     points.reserve(frame_t::startcapacity(capacity));
     frame_t frame;

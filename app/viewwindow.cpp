@@ -16,7 +16,6 @@
 #include <cstdlib>
 #include <iostream>
 #include <string>
-#include <thread>
 
 namespace vexlor {
 using namespace view;
@@ -46,8 +45,6 @@ void ViewWindow::loadsound()
 namespace {
 
 constexpr char k_title[] = "vexlor";
-// Shows with more points than this a frame share the evaluation among threads.
-constexpr std::size_t k_parallelpoints = 20000;
 
 } // namespace
 
@@ -84,7 +81,8 @@ void ViewWindow::pollload()
     m_evaluator.prepare(m_show);
     // A true bound, also for shells without stars, which still draw while rising.
     const std::size_t count = pointcapacity(m_show);
-    if (count > k_parallelpoints) m_evaluator.setthreads(std::max(1u, std::thread::hardware_concurrency()));
+    m_evaluator.setthreads(threadsfor(count));
+    m_evaluator.reserve(frame_t::startcapacity(count));
     m_primitives.reserve(frame_t::startcapacity(count));
     m_frame.Init(frame_t::startcapacity(count));
     m_frame.Reshape(m_frame.width(), m_frame.height());

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <thread>
 
 namespace vexlor {
 
@@ -230,12 +231,30 @@ bool evaluator_t::matches(const show_t& show) const
     return true;
 }
 
+unsigned threadsfor(std::size_t points)
+{
+    // About a millisecond of evaluation a frame on one core.
+    constexpr std::size_t k_parallelpoints = 20000;
+    if (points <= k_parallelpoints) return 1;
+    return std::max(1u, std::thread::hardware_concurrency());
+}
+
 bool evaluator_t::setthreads(unsigned threads)
 {
     const unsigned workers = threads > 1 ? threads - 1 : 0;
     const bool started = m_pool.Init(workers);
     m_parts.resize(m_pool.workers() > 0 ? partsperthread * (m_pool.workers() + 1) : 0);
+    reserve(m_reserved);
     return started;
+}
+
+void evaluator_t::reserve(std::size_t points)
+{
+    m_reserved = points;
+    // Stretches are cut by work, not by points, so each gets room for twice
+    // its even share.
+    for (part_t& part : m_parts)
+        part.points.reserve(2 * points / m_parts.size());
 }
 
 // The points of shells begin to end, in order: the sounds and flags are the

@@ -43,6 +43,11 @@ std::size_t primitivecount(const std::vector<firework_t>& scene);
 std::size_t pointcapacity(const std::vector<firework_t>& scene);
 std::size_t pointcapacity(const show_t& show);
 
+// How many threads should share frames of up to `points` points: one for
+// small shows, where starting the workers costs more than it saves, else
+// every online processor.
+unsigned threadsfor(std::size_t points);
+
 // Keeps what it derives from the scene's delays and film durations, so that
 // stars and shells that have burnt out cost next to nothing. The points and
 // sounds are exactly those of the plain step-by-step evaluation, for any t in
@@ -71,6 +76,10 @@ public:
     // points come out the same and in the same order. False when the threads
     // could not be started; the evaluation then stays on the caller.
     bool setthreads(unsigned threads);
+
+    // Makes room in the threads' own buffers for frames of up to `points`
+    // points, so that no frame allocates; the caller sizes its own buffer.
+    void reserve(std::size_t points);
 
 private:
     struct shelllimits_t {
@@ -101,6 +110,7 @@ private:
 
     basekit::workerpool_t m_pool;
     std::vector<part_t> m_parts;
+    std::size_t m_reserved = 0; // points a frame, for the parts' buffers
     std::vector<std::size_t> m_weights; // per shell: its share of this frame's work
     const void* m_source = nullptr;     // the frame being shared
     std::vector<primitive_t>* m_output = nullptr;

@@ -170,6 +170,8 @@ int render(const renderoptions_t& options, show_t scene, renderstats_t& stats)
 
     evaluator_t evaluator;
     evaluator.prepare(scene);
+    evaluator.setthreads(threadsfor(scan.largest));
+    evaluator.reserve(scan.largest);
     std::vector<primitive_t> points;
     points.reserve(scan.largest);
     const soundfunc_t silent = [](std::size_t, sound_t) {};

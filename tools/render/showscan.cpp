@@ -26,8 +26,10 @@ showscan_t scanany(Source& scene, double from, double to, double fps, double lim
     showscan_t scan;
     evaluator_t evaluator;
     evaluator.prepare(scene);
+    const std::size_t capacity = pointcapacity(scene);
+    evaluator.setthreads(threadsfor(capacity));
     std::vector<primitive_t> points;
-    points.reserve(frame_t::startcapacity(pointcapacity(scene)));
+    points.reserve(frame_t::startcapacity(capacity));
     const soundfunc_t onsound = [&](std::size_t index, sound_t what) {
         const firework_t& firework = shellsof(scene)[index];
         // The event's own time, not the frame's: it lands on its exact sample.
