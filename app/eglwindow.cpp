@@ -3,6 +3,8 @@
 // has gone, so that the caller can end quietly.
 #include "app/eglwindow.h"
 
+#include "glload/eglshowcontext.h"
+
 #include <unistd.h>
 
 #include <iostream>
@@ -98,13 +100,8 @@ bool eglwindow_t::Init(bool root, unsigned long window)
         Destroy();
         return false;
     }
-    eglBindAPI(EGL_OPENGL_API);
     const EGLConfig config = chooseconfig(m_egldisplay, XVisualIDFromVisual(attributes.visual));
-    // The renderers enable point sprites, which a core profile refuses.
-    const EGLint version[] = {EGL_CONTEXT_MAJOR_VERSION, 3, EGL_CONTEXT_MINOR_VERSION, 3,
-                              EGL_CONTEXT_OPENGL_PROFILE_MASK,
-                              EGL_CONTEXT_OPENGL_COMPATIBILITY_PROFILE_BIT, EGL_NONE};
-    if (config) m_context = eglCreateContext(m_egldisplay, config, EGL_NO_CONTEXT, version);
+    if (config) m_context = glload::createshowcontext(m_egldisplay, config);
     if (m_context == EGL_NO_CONTEXT) {
         std::cerr << "vexlor: no OpenGL 3.3 context on display '" << XDisplayString(m_display)
                   << "' (0x" << std::hex << eglGetError() << std::dec << ")" << std::endl;

@@ -2,6 +2,7 @@
 // no config, made current with no surface.
 #include "tools/render/eglcontext.h"
 
+#include "glload/eglshowcontext.h"
 #include "glload/keepdriver.h"
 
 #include <cstring>
@@ -40,16 +41,7 @@ bool eglcontext_t::Init(std::string& message)
         m_display = EGL_NO_DISPLAY;
         return false;
     }
-    if (!eglBindAPI(EGL_OPENGL_API)) {
-        message += "EGL offers no desktop OpenGL";
-        Destroy();
-        return false;
-    }
-    // The point-sprite enables the renderers use need the compatibility profile.
-    const EGLint attributes[] = {EGL_CONTEXT_MAJOR_VERSION, 3, EGL_CONTEXT_MINOR_VERSION, 3,
-                                 EGL_CONTEXT_OPENGL_PROFILE_MASK,
-                                 EGL_CONTEXT_OPENGL_COMPATIBILITY_PROFILE_BIT, EGL_NONE};
-    m_context = eglCreateContext(m_display, EGL_NO_CONFIG_KHR, EGL_NO_CONTEXT, attributes);
+    m_context = glload::createshowcontext(m_display, EGL_NO_CONFIG_KHR);
     if (m_context == EGL_NO_CONTEXT) {
         message += "no OpenGL 3.3 context";
         Destroy();
