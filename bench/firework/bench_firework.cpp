@@ -287,8 +287,8 @@ void openshowfile(benchmark::State& state, const char* name)
     state.counters["sceneMB"] = static_cast<double>(bytes) / 1048576.0;
 }
 
-void BM_OpenFinaleShow(benchmark::State& state) { openshowfile(state, "finale.toml"); }
-void BM_OpenThousandShow(benchmark::State& state) { openshowfile(state, "thousand.toml"); }
+void BM_OpenFinaleShow(benchmark::State& state) { openshowfile(state, "finale.vexlor.toml"); }
+void BM_OpenThousandShow(benchmark::State& state) { openshowfile(state, "thousand.vexlor.toml"); }
 BENCHMARK(BM_OpenFinaleShow)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_OpenThousandShow)->Unit(benchmark::kMillisecond);
 
@@ -324,8 +324,8 @@ void showframe(benchmark::State& state, const char* name)
     state.counters["points"] = static_cast<double>(points.size());
 }
 
-void BM_FinaleShowFrame(benchmark::State& state) { showframe(state, "finale.toml"); }
-void BM_ThousandShowFrame(benchmark::State& state) { showframe(state, "thousand.toml"); }
+void BM_FinaleShowFrame(benchmark::State& state) { showframe(state, "finale.vexlor.toml"); }
+void BM_ThousandShowFrame(benchmark::State& state) { showframe(state, "thousand.vexlor.toml"); }
 // The finale's busiest stretch, as BM_FinaleFrame; the thousand's busiest frame (21.9 s) and others.
 BENCHMARK(BM_FinaleShowFrame)->Args({14000, 1})->Args({30000, 1})->Args({30000, 2})->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_ThousandShowFrame)

@@ -119,7 +119,7 @@ TEST(Show, SharedDesignsExpandToTheSceneAndMemoryStaysFlat)
 TEST(Show, EvaluatesExactlyAsItsExpansionOnAnyNumberOfThreads)
 {
     basekit::classicsrand(1);
-    for (const char* name : {"mixed.toml", "scene.toml", "salvo.toml"}) {
+    for (const char* name : {"mixed.vexlor.toml", "scene.vexlor.toml", "salvo.vexlor.toml"}) {
         show_t show = readshow(std::string(SHOWS) + "/" + name);
         std::vector<firework_t> scene = expand(show);
         recorder_t plain, shared, twothreads, threethreads, scenethreads;
@@ -142,7 +142,7 @@ TEST(Show, EvaluatesExactlyAsItsExpansionOnAnyNumberOfThreads)
             EXPECT_EQ(other->sounds, plain.sounds) << name;
     }
     // A thousand shells at busy times, where every thread has plenty to do.
-    show_t show = readshow(std::string(SHOWS) + "/thousand.toml"), copy = show;
+    show_t show = readshow(std::string(SHOWS) + "/thousand.vexlor.toml"), copy = show;
     recorder_t one, two;
     ASSERT_TRUE(two.evaluator.setthreads(2));
     for (float t : {12.3f, 21.9f, 35.0f, 50.05f, 60.0f, 5.0f}) {
@@ -156,7 +156,7 @@ TEST(Show, EvaluatesExactlyAsItsExpansionOnAnyNumberOfThreads)
 
 TEST(ShowFile, TheFinaleFileIsTheFinaleWithOneDesign)
 {
-    const show_t show = readshow(std::string(SHOWS) + "/finale.toml");
+    const show_t show = readshow(std::string(SHOWS) + "/finale.vexlor.toml");
     ASSERT_EQ(show.shells.size(), 100u);
     ASSERT_EQ(show.designs.size(), 1u);
     std::vector<firework_t> finale;

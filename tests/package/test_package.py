@@ -238,6 +238,9 @@ class Install(unittest.TestCase):
                          "Cargo.toml": ("[package]\nname = \"x\"\n", "application/toml")}
                 for name, text in gallery().items():
                     if name.endswith(".toml"):
+                        self.assertTrue(name.endswith(".vexlor.toml"), f"{name}: a gallery show a file manager "
+                                        "would take for plain TOML")
+                        files[name.replace("/", "-")] = (text, "application/x-vexlor-show")
                         files[name.replace("/", "-") + "-unnamed"] = (text, "application/x-vexlor-show")
                 for name, (text, _) in files.items():
                     with open(os.path.join(tmp, name), "w") as f:

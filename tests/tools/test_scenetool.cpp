@@ -73,7 +73,7 @@ TEST(SceneTool, MakeCheckInfoHelpAndUsage)
 TEST(SceneTool, ShowFilesCheckedDescribedAndExpanded)
 {
     tempdir dir;
-    const std::string show = dir.write("salvo.toml", "# two rows\n[[shell]]\nkind = \"simple\"\ntime = 0\ncount = 3\n"
+    const std::string show = dir.write("salvo.vexlor.toml", "# two rows\n[[shell]]\nkind = \"simple\"\ntime = 0\ncount = 3\n"
                                                      "interval = 0.5\nstep = [10, 0, 0]\n\n[[shell]]\nkind = \"single\"\ntime = 1\n");
     EXPECT_EQ(run(dir, "check " + show).status, 0);
     const result_t info = run(dir, "info " + show);
