@@ -13,6 +13,7 @@ import sys
 import tempfile
 import time
 import unittest
+import xml.etree.ElementTree as ElementTree
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "support"))
 from vexlorrun import Picture, Xvfb  # noqa: E402
@@ -21,6 +22,7 @@ BIN = os.path.abspath(os.environ.get("VEXLOR_BIN", "build/bin/vexlor"))
 BRIGHT = 120
 SKY = (45, 46)
 NOBODY = 65534
+SETTINGS = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "app", "xscreensaver", "vexlor.xml")
 
 
 def screenshot(xvfb):
@@ -139,6 +141,32 @@ class Daemon(unittest.TestCase):
         # Ended by the daemon's signal, not of its own accord before it.
         self.assertIn(f"killing pid {pid} ", log)
         self.assertNotIn("vexlor:", log, "vexlor told of a problem")
+
+
+class Settings(unittest.TestCase):
+    def test_every_setting_of_the_dialog_gives_a_command_line_vexlor_takes(self):
+        """The settings dialog builds the command line from the controls'
+        arguments; each, at its bounds, must pass vexlor's option checks (no
+        display here: status 1 and that line, not a usage error)."""
+        root = ElementTree.parse(SETTINGS).getroot()
+        fixed = [c.get("arg") for c in root.iter("command")]
+        choices = []
+        for control in root:
+            if control.tag == "file":
+                choices.append([control.get("arg").replace("%", "/nonexistent.vexlor.toml")])
+            elif control.tag == "number":
+                choices.append([control.get("arg").replace("%", control.get(k)) for k in ("low", "high", "default")])
+            elif control.tag == "boolean":
+                choices.append([control.get("arg-set")])
+        self.assertEqual(len(choices), 3, "the show, the delay and the sound")
+        env = {k: v for k, v in os.environ.items() if k not in ("DISPLAY", "XSCREENSAVER_WINDOW")}
+        for choice in choices:
+            for arg in choice:
+                command = [BIN] + " ".join(fixed + [arg]).split()
+                with self.subTest(command=" ".join(command[1:])):
+                    done = subprocess.run(command, env=env, capture_output=True, text=True, timeout=10)
+                    self.assertEqual(done.returncode, 1, done.stderr)
+                    self.assertEqual(done.stderr.count("\n"), 1, done.stderr)
 
 
 if __name__ == "__main__":
