@@ -35,7 +35,7 @@ screensaver (no keys, no mouse, silent unless --sound; SIGTERM ends it):
                    XSCREENSAVER_WINDOW is used the same way, also with --root
   --show SHOW      play this show or scene file (or built-in show) instead
   --delay SECONDS  empty sky between the end of the show and its next start
-  --sound          play the burst sound
+  --sound          play the burst sound, and the music a show file names
 )";
 
 } // namespace
