@@ -3,10 +3,12 @@
 // 1280x720. Counters: seconds of show per second of work, the processor
 // seconds of the render and ffmpeg together, the split between
 // evaluation, drawing, reading back and encoding, and the C++ allocations
-// made after the first frame.
+// made after the first frame. And an hour's sound track made and written:
+// its speed and how much the process grew for it.
 #include "firework/sample.h"
 #include "tests/firework/reference.h"
 #include "tools/render/renderjob.h"
+#include "tools/render/soundtrack.h"
 
 #include <benchmark/benchmark.h>
 
@@ -14,6 +16,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -101,8 +104,62 @@ void BM_SusukiMp4_1280x720(benchmark::State& state) { run(state, susuki, 1280, 7
 void BM_SusukiMp4_1920x1080(benchmark::State& state) { run(state, susuki, 1920, 1080); }
 void BM_FinaleMp4_1280x720(benchmark::State& state) { run(state, finale, 1280, 720); }
 
+// Resident size, in MB.
+double residentmb()
+{
+    long pages = 0, resident = 0;
+    if (FILE* f = std::fopen("/proc/self/statm", "r")) {
+        if (std::fscanf(f, "%ld %ld", &pages, &resident) != 2) resident = 0;
+        std::fclose(f);
+    }
+    return static_cast<double>(resident) * static_cast<double>(sysconf(_SC_PAGESIZE)) / (1 << 20);
+}
+
+// An hour of bursts, two a second, written as the render writes its track.
+void BM_SoundtrackHour(benchmark::State& state)
+{
+    const std::string wav = "/tmp/bench_soundtrack-" + std::to_string(getpid()) + ".wav";
+    vexlor::clip_t burst;
+    std::string message;
+    if (!vexlor::loadclip(BENCH_REVERB_WAV, burst, message)) {
+        state.SkipWithError(message.c_str());
+        return;
+    }
+    constexpr std::size_t seconds = 3600;
+    double peak = 0.0;
+    for (auto _ : state) {
+        const double before = residentmb();
+        vexlor::soundtrack_t track(seconds * vexlor::k_soundrate);
+        for (std::size_t k = 0; k < 2 * seconds; ++k)
+            track.add(burst, static_cast<std::int64_t>(k * vexlor::k_soundrate / 2));
+        // Sampled as the blocks go by: the largest the process was.
+        double most = before;
+        std::size_t blocks = 0;
+        if (!track.make([&](const float*, std::size_t) {
+                if (++blocks % 64 == 0) most = std::max(most, residentmb());
+                return true;
+            }, message)) {
+            state.SkipWithError(message.c_str());
+            return;
+        }
+        peak = std::max(peak, most - before);
+    }
+    state.counters["x_realtime"] = benchmark::Counter(static_cast<double>(seconds) * state.iterations(),
+                                                      benchmark::Counter::kIsRate);
+    state.counters["grew_mb"] = peak;
+    // The file itself, once: 16-bit PCM through libsndfile.
+    vexlor::soundtrack_t track(seconds * vexlor::k_soundrate);
+    for (std::size_t k = 0; k < 2 * seconds; ++k)
+        track.add(burst, static_cast<std::int64_t>(k * vexlor::k_soundrate / 2));
+    const auto start = std::chrono::steady_clock::now();
+    if (!track.write(wav, message)) state.SkipWithError(message.c_str());
+    state.counters["write_s"] = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    std::filesystem::remove(wav);
+}
+
 } // namespace
 
+BENCHMARK(BM_SoundtrackHour)->Iterations(1)->Unit(benchmark::kSecond)->UseRealTime();
 BENCHMARK(BM_SusukiMp4_1280x720)->Iterations(1)->Unit(benchmark::kSecond)->UseRealTime();
 BENCHMARK(BM_SusukiMp4_1920x1080)->Iterations(1)->Unit(benchmark::kSecond)->UseRealTime();
 BENCHMARK(BM_FinaleMp4_1280x720)->Iterations(1)->Unit(benchmark::kSecond)->UseRealTime();

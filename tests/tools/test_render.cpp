@@ -346,23 +346,39 @@ TEST(ShowScan, SoundsAreThoseTheEvaluationAsksForAtTheirOwnTimes)
     EXPECT_EQ(run.sounds.size(), 6u) << "two launches and two bursts at 4 and 6 s";
 }
 
-TEST(Mixer, ClipsLandWhereTheyAreToldAndTheLimiterKeepsEveryPeakInside)
+// The track as make() hands it over, block after block.
+std::vector<float> made(vexlor::soundtrack_t& track, float ceiling = 0.98f)
+{
+    std::vector<float> all;
+    std::string message;
+    const bool ok = track.make([&](const float* samples, std::size_t frames) {
+        EXPECT_GT(frames, 0u);
+        all.insert(all.end(), samples, samples + frames * 2);
+        return true;
+    }, message, ceiling);
+    EXPECT_TRUE(ok) << message;
+    EXPECT_EQ(all.size(), track.frames() * 2);
+    return all;
+}
+
+TEST(Soundtrack, ClipsLandWhereTheyAreToldAndTheLimiterKeepsEveryPeakInside)
 {
     vexlor::clip_t click;
     click.samples = {0.5f, -0.25f, 0.9f, 0.9f, 0.1f, 0.0f};
-    vexlor::mixer_t mix(48000);
+    // Longer than a block: the clips at the end are mixed in a later one.
+    vexlor::soundtrack_t mix(48000);
     mix.add(click, 100);
     mix.add(click, -1);     // only its tail: the last two frames at 0 and 1
     mix.add(click, 47999);  // only its head
     mix.add(click, 48000);  // past the end: nothing
-    const auto& s = mix.samples();
+    const std::vector<float> s = made(mix);
     EXPECT_EQ(s[200], 0.5f);
     EXPECT_EQ(s[203], 0.9f);
     EXPECT_EQ(s[0], 0.9f);
     EXPECT_EQ(s[2], 0.1f);
     EXPECT_EQ(s[95998], 0.5f);
-    EXPECT_EQ(mix.limit(), 1.0f) << "nothing above the ceiling: left as it was";
-    EXPECT_EQ(s[203], 0.9f);
+    EXPECT_EQ(mix.smallestgain(), 1.0f) << "nothing above the ceiling: left as it was";
+    EXPECT_EQ(std::count_if(s.begin(), s.end(), [](float v) { return v != 0.0f; }), 5 + 3 + 2);
 
     // Forty bursts at once, and one alone much later.
     vexlor::clip_t burst;
@@ -370,14 +386,86 @@ TEST(Mixer, ClipsLandWhereTheyAreToldAndTheLimiterKeepsEveryPeakInside)
         const float v = 0.8f * std::sin(i * 0.05f) * std::exp(-i / 1000.0f);
         burst.samples.insert(burst.samples.end(), {v, -v});
     }
-    vexlor::mixer_t crowd(48000);
+    vexlor::soundtrack_t crowd(48000);
     for (int i = 0; i < 40; ++i) crowd.add(burst, 1000);
     crowd.add(burst, 40000);
-    EXPECT_LT(crowd.limit(0.98f), 0.05f);
+    const std::vector<float> c = made(crowd);
+    EXPECT_LT(crowd.smallestgain(), 0.05f);
     float peak = 0.0f;
-    for (float v : crowd.samples()) peak = std::max(peak, std::fabs(v));
+    for (float v : c) peak = std::max(peak, std::fabs(v));
     EXPECT_LE(peak, 0.98f * (1.0f + 1e-6f));
-    EXPECT_NEAR(crowd.samples()[2 * 40010], burst.samples[20], 1e-3f) << "the gain is back by then";
+    EXPECT_NEAR(c[2 * 40010], burst.samples[20], 1e-3f) << "the gain is back by then";
+}
+
+// A long track is made in blocks: a loud stretch across the blocks' seams is
+// held at the ceiling throughout, its gain recovers smoothly after it,
+// wherever the seams fall, and nothing is lost or doubled there.
+TEST(Soundtrack, BlocksJoinWithoutASeam)
+{
+    vexlor::clip_t loud, quiet;
+    loud.samples.assign(2 * 100000, 1.5f);   // 1.5 everywhere: held at 0.98
+    quiet.samples.assign(2 * 200000, 0.25f);
+    const std::size_t frames = 400000;
+    vexlor::soundtrack_t track(frames);
+    track.add(loud, 20000);
+    track.add(quiet, 120000);
+    std::vector<float> s = made(track);
+    for (std::size_t i = 20000 + 200; i < 120000; ++i)
+        ASSERT_NEAR(s[2 * i], 0.98f, 1e-5f) << "frame " << i;
+    // After the loud part the gain rises back to 1 in small steps, never
+    // falling and never jumping, also where a block begins.
+    float last = 0.98f / 1.5f;
+    for (std::size_t i = 120000; i < 320000; ++i) {
+        const float gain = s[2 * i] / 0.25f;
+        ASSERT_GE(gain, last - 1e-6f) << "frame " << i;
+        ASSERT_LE(gain - last, 1e-3f) << "frame " << i;
+        last = gain;
+    }
+    EXPECT_EQ(last, 1.0f);
+    for (std::size_t i = 320000; i < frames; ++i)
+        ASSERT_EQ(s[2 * i], 0.0f) << "frame " << i;
+
+    // A peak just past the end of the first block: the gain already falls
+    // in the block before, which was handed over first.
+    vexlor::clip_t peak;
+    peak.samples.assign(2 * 10, 1.5f);
+    vexlor::soundtrack_t onset(100000);
+    onset.add(quiet, 0);
+    onset.add(peak, 32768 + 2);
+    s = made(onset);
+    EXPECT_LT(s[2 * 32767], 0.25f * 0.99f) << "no look-ahead across the blocks' seam";
+    EXPECT_EQ(s[2 * 30000], 0.25f);}
+
+// The music streams through every block of a track far longer than one.
+TEST(Soundtrack, MusicStreamsAcrossBlocksOnItsExactSamples)
+{
+    tempdir dir;
+    const std::string path = dir.path + "/ramp.wav";
+    SF_INFO info{};
+    info.samplerate = 48000;
+    info.channels = 2;
+    info.format = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
+    const std::size_t length = 150000;
+    std::vector<float> ramp(length * 2);
+    for (std::size_t i = 0; i < length; ++i) ramp[2 * i] = ramp[2 * i + 1] = static_cast<float>(i + 1) / length;
+    SNDFILE* file = sf_open(path.c_str(), SFM_WRITE, &info);
+    ASSERT_NE(file, nullptr);
+    ASSERT_EQ(sf_writef_float(file, ramp.data(), static_cast<sf_count_t>(length)), static_cast<sf_count_t>(length));
+    sf_close(file);
+
+    // Its first sample at show time 1.5; the track begins at show time 0.5.
+    vexlor::soundtrack_t track(200000);
+    std::string message;
+    ASSERT_TRUE(track.music(path, 1.5, 0.5, 0.5, message)) << message;
+    const std::vector<float> s = made(track);
+    for (std::size_t i = 0; i < 48000; ++i) ASSERT_EQ(s[2 * i], 0.0f) << "frame " << i;
+    for (std::size_t i = 48000; i < 48000 + length; ++i)
+        ASSERT_NEAR(s[2 * i], 0.5f * ramp[2 * (i - 48000)], 1e-6f) << "frame " << i;
+    for (std::size_t i = 48000 + length; i < 200000; ++i) ASSERT_EQ(s[2 * i], 0.0f) << "frame " << i;
+
+    vexlor::soundtrack_t none(10);
+    EXPECT_FALSE(none.music(dir.path + "/missing.wav", 0.0, 1.0, 0.0, message));
+    EXPECT_FALSE(message.empty());
 }
 
 TEST_F(Render, TheSameRenderTwiceGivesTheSameBytes)
@@ -490,6 +578,8 @@ TEST_F(Render, BadInputsGiveOneLineAndAStatus)
         {"single -o " + mp4 + " --fps 0", "", 2, "--fps"},
         {"single -o " + mp4 + " --fps many", "", 2, "--fps"},
         {"single -o " + mp4 + " --from 5 --to 3", "", 2, "--to"},
+        {"single -o " + mp4 + " --to 3601", "", 2, "at most 3600 s"},
+        {"single -o " + s_dir->path + "/many/ --fps 1000 --to 1000", "", 2, "at most 999999 frames"},
         {"single -o " + mp4 + " --size 161x90", "", 2, "even"},
         {"single", "", 2, "--output"},
         {"-o " + mp4, "", 2, "SHOW"},

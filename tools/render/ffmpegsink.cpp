@@ -64,9 +64,9 @@ public:
         return true;
     }
 
-    bool begin(const std::vector<float>& sound, std::string& message) override
+    bool begin(const soundwriter_t& sound, std::string& message) override
     {
-        if (!writewav(m_sound.string(), sound, message)) return false;
+        if (!sound(m_sound.string(), message)) return false;
         return spawn(message);
     }
 

@@ -5,6 +5,7 @@
 // place only when complete.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -13,6 +14,10 @@ namespace vexlor {
 
 enum class outputkind_t { none, mp4, webm, directory };
 
+// Writes the sound track as a WAVE file at the path given. False with one
+// line in the message.
+using soundwriter_t = std::function<bool(const std::string& path, std::string& message)>;
+
 // The kind the output's name asks for; none for an unknown extension.
 outputkind_t outputkind(const std::string& output);
 
@@ -20,9 +25,9 @@ class framesink_t {
 public:
     virtual ~framesink_t() = default;
 
-    // Creates the temporary output and hands over the finished sound track
-    // (48 kHz stereo, interleaved). False with one line in `message`.
-    virtual bool begin(const std::vector<float>& sound, std::string& message) = 0;
+    // Creates the temporary output and has the sound track written into it.
+    // False with one line in `message`.
+    virtual bool begin(const soundwriter_t& sound, std::string& message) = 0;
     // True when frames come as NV12 (BT.709, limited range, top row
     // first), false for RGBA pixels, bottom row first.
     virtual bool wantsyuv() const = 0;
@@ -45,7 +50,8 @@ struct sinkformat_t {
 std::unique_ptr<framesink_t> makesink(const std::string& output, const sinkformat_t& format,
                                       std::string& message);
 
-// Frame k's file name inside a directory output.
+// Frame k's file name inside a directory output: six digits.
 std::string framename(std::size_t k);
+constexpr std::size_t k_mostframefiles = 999999;
 
 } // namespace vexlor

@@ -87,6 +87,9 @@ int parseoptions(int argc, char** argv, renderoptions_t& options)
     const outputkind_t kind = outputkind(options.output);
     if (kind == outputkind_t::none)
         return usage(options.output + ": unknown kind of output (name a .mp4 or .webm file, or a directory ending in /)");
+    if (kind == outputkind_t::directory && toopt->count() > 0 && std::ceil((to - from) * fps) > k_mostframefiles)
+        return usage(options.output + ": a directory holds at most " + std::to_string(k_mostframefiles) +
+                     " frames; choose a lower --fps or a shorter span");
     if (kind != outputkind_t::directory && (options.width % 2 != 0 || options.height % 2 != 0))
         return usage("--size " + size + ": H.264 and VP9 video need an even width and height");
     options.fps = fps;

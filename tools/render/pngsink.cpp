@@ -31,9 +31,9 @@ public:
         if (!m_done) abandon();
     }
 
-    bool begin(const std::vector<float>& sound, std::string& message) override
+    bool begin(const soundwriter_t& sound, std::string& message) override
     {
-        return writewav((m_partial / "sound.wav").string(), sound, message);
+        return sound((m_partial / "sound.wav").string(), message);
     }
 
     bool wantsyuv() const override { return false; }

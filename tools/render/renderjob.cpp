@@ -134,18 +134,20 @@ int render(const renderoptions_t& options, show_t scene, renderstats_t& stats)
         return fail(options.show + ": the show runs longer than " + std::to_string(int(k_longestrender)) +
                     " s; choose an end with --to");
     const std::size_t frames = scan.frames;
+    if (outputkind(options.output) == outputkind_t::directory && frames > k_mostframefiles)
+        return fail(options.output + ": " + std::to_string(frames) + " frames; a directory holds at most " +
+                    std::to_string(k_mostframefiles) + " (choose a lower --fps or a shorter span)");
 
     clip_t burst;
     const std::string soundpath = finddata("reverb.wav", options.argv0.c_str());
     if (!loadclip(soundpath, burst, message)) return fail(message);
     const auto soundframes = static_cast<std::size_t>(std::llround(frames / options.fps * k_soundrate));
-    mixer_t mixer(soundframes);
+    soundtrack_t track(soundframes);
     for (const soundevent_t& event : scan.sounds)
-        mixer.add(burst, std::llround((event.time - options.from) * k_soundrate));
+        track.add(burst, std::llround((event.time - options.from) * k_soundrate));
     if (const music_t& music = scene.music;
-        !music.file.empty() && !mixmusic(mixer, music.file, music.offset, music.gain, options.from, message))
+        !music.file.empty() && !track.music(music.file, music.offset, music.gain, options.from, message))
         return fail(musicproblem(music, message));
-    mixer.limit();
     stats.scan = since(start);
     const auto stopped = [&] {
         sink->abandon();
@@ -166,7 +168,13 @@ int render(const renderoptions_t& options, show_t scene, renderstats_t& stats)
     frame.Reshape(options.width, options.height);
     if (options.trails) frame.EnterTrail();
 
-    if (!sink->begin(mixer.samples(), message)) return fail(message);
+    // The track is made as it is written, a block at a time.
+    const auto mixing = steady::now();
+    const bool begun = sink->begin([&track](const std::string& path, std::string& problem) {
+        return track.write(path, problem);
+    }, message);
+    stats.scan += since(mixing);
+    if (!begun) return fail(message);
 
     evaluator_t evaluator;
     evaluator.prepare(scene);

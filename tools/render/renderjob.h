@@ -25,8 +25,9 @@ struct renderoptions_t {
     std::string argv0; // to find the burst sound as the viewer does
 };
 
-// The longest span rendered: its sound track is mixed whole in memory.
-constexpr double k_longestrender = 600.0;
+// The longest span rendered, and how far a show with no end asked for is
+// followed to find its own.
+constexpr double k_longestrender = 3600.0;
 
 // Seconds spent in each stage, for the benchmarks and the summary.
 struct renderstats_t {

@@ -135,74 +135,114 @@ bool loadclip(const std::string& path, clip_t& clip, std::string& message)
     return true;
 }
 
-void mixer_t::add(const clip_t& clip, std::int64_t at, float gain)
+void soundtrack_t::add(const clip_t& clip, std::int64_t at, float gain)
 {
-    const auto length = static_cast<std::int64_t>(frames());
-    const auto clipframes = static_cast<std::int64_t>(clip.frames());
-    const std::int64_t first = std::max<std::int64_t>(0, -at);
-    const std::int64_t last = std::min(clipframes, length - at);
-    for (std::int64_t i = first; i < last; ++i) {
-        const std::size_t to = static_cast<std::size_t>(at + i) * 2;
-        const std::size_t from = static_cast<std::size_t>(i) * 2;
-        m_samples[to] += gain * clip.samples[from];
-        m_samples[to + 1] += gain * clip.samples[from + 1];
-    }
+    const auto length = static_cast<std::int64_t>(clip.frames());
+    if (length == 0 || at >= static_cast<std::int64_t>(m_frames) || at + length <= 0) return;
+    m_clips.push_back({&clip, at, gain});
+    m_longestclip = std::max(m_longestclip, length);
 }
 
-float mixer_t::limit(float ceiling)
+bool soundtrack_t::music(const std::string& path, double offset, double gain, double from, std::string& message)
 {
-    const std::size_t n = frames();
-    if (n == 0) return 1.0f;
-    // The gain each frame needs on its own.
-    std::vector<float> gain(n);
-    float smallest = 1.0f;
-    for (std::size_t i = 0; i < n; ++i) {
-        const float peak = std::max(std::fabs(m_samples[2 * i]), std::fabs(m_samples[2 * i + 1]));
-        gain[i] = peak > ceiling ? ceiling / peak : 1.0f;
-        smallest = std::min(smallest, gain[i]);
-    }
-    if (smallest == 1.0f) return 1.0f;
-    // Attack, looking ahead (run backwards): about 2 ms before a peak.
-    // Release after it: about 80 ms. Each pass only lowers the gain.
-    const float attack = 1.0f - std::exp(-1.0f / (0.002f * k_soundrate));
-    const float release = 1.0f - std::exp(-1.0f / (0.080f * k_soundrate));
-    for (std::size_t i = n - 1; i-- > 0;)
-        gain[i] = std::min(gain[i], gain[i + 1] + (1.0f - gain[i + 1]) * attack);
-    for (std::size_t i = 1; i < n; ++i)
-        gain[i] = std::min(gain[i], gain[i - 1] + (1.0f - gain[i - 1]) * release);
-    for (std::size_t i = 0; i < n; ++i) {
-        m_samples[2 * i] *= gain[i];
-        m_samples[2 * i + 1] *= gain[i];
-    }
-    return smallest;
-}
-
-bool mixmusic(mixer_t& mixer, const std::string& path, double offset, double gain, double from,
-              std::string& message)
-{
-    sndkit::musicstream_t stream;
-    if (!stream.open(path.c_str(), k_soundrate, message)) return false;
-    constexpr std::size_t block = 1 << 16;
+    auto stream = std::make_unique<sndkit::musicstream_t>();
+    if (!stream->open(path.c_str(), k_soundrate, message)) return false;
+    // Frame 0 of the track plays the music's frame -first; before its first
+    // sample and after its last the stream is silent.
     const std::int64_t first = std::llround((offset - from) * k_soundrate);
-    // The part of the track that falls within the render.
-    const std::int64_t begin = std::max<std::int64_t>(0, first);
-    const std::int64_t end = std::min<std::int64_t>(static_cast<std::int64_t>(mixer.frames()), first + stream.frames());
-    if (begin >= end) return true;
-    stream.seek(begin - first);
-    clip_t clip;
-    for (std::int64_t at = begin; at < end; at += static_cast<std::int64_t>(block)) {
-        const auto n = static_cast<std::size_t>(std::min<std::int64_t>(block, end - at));
-        clip.samples.resize(n * 2);
-        if (!stream.read(clip.samples.data(), n)) {
-            message = "cannot read the track";
+    stream->seek(-first);
+    m_music = std::move(stream);
+    m_musicpath = path;
+    m_musicgain = static_cast<float>(gain);
+    return true;
+}
+
+bool soundtrack_t::mix(std::int64_t first, std::size_t count, float* into)
+{
+    const std::int64_t end = first + static_cast<std::int64_t>(count);
+    // Blocks come in order: clips that ended before this one are done with.
+    while (m_nextclip < m_clips.size() && m_clips[m_nextclip].at + m_longestclip <= first) ++m_nextclip;
+    for (std::size_t k = m_nextclip; k < m_clips.size() && m_clips[k].at < end; ++k) {
+        const placed_t& placed = m_clips[k];
+        const std::vector<float>& samples = placed.clip->samples;
+        const std::int64_t from = std::max(first, placed.at);
+        const std::int64_t to = std::min(end, placed.at + static_cast<std::int64_t>(placed.clip->frames()));
+        for (std::int64_t frame = from; frame < to; ++frame) {
+            const auto out = static_cast<std::size_t>(frame - first) * 2;
+            const auto in = static_cast<std::size_t>(frame - placed.at) * 2;
+            into[out] += placed.gain * samples[in];
+            into[out + 1] += placed.gain * samples[in + 1];
+        }
+    }
+    if (!m_music) return true;
+    m_musicblock.resize(count * 2);
+    if (!m_music->read(m_musicblock.data(), count)) return false;
+    for (std::size_t i = 0; i < count * 2; ++i) into[i] += m_musicgain * m_musicblock[i];
+    return true;
+}
+
+bool soundtrack_t::make(const blockfunc_t& out, std::string& message, float ceiling)
+{
+    // Handed over a block at a time; the limiter looks this far past a
+    // block's end, where its 2 ms attack has long died away.
+    constexpr std::size_t k_block = 1 << 15;
+    constexpr std::size_t k_ahead = 4096;
+    // In double: in float the recovery stalls a hair below 1, where each
+    // step is smaller than the number can show.
+    const double attack = 1.0 - std::exp(-1.0 / (0.002 * k_soundrate));
+    const double release = 1.0 - std::exp(-1.0 / (0.080 * k_soundrate));
+
+    std::stable_sort(m_clips.begin(), m_clips.end(),
+                     [](const placed_t& a, const placed_t& b) { return a.at < b.at; });
+    m_nextclip = 0;
+    m_smallest = 1.0f;
+    std::vector<float> window((k_block + k_ahead) * 2);
+    std::vector<double> gain(k_block + k_ahead);
+    std::size_t have = 0;     // frames of the window mixed, from frame `start` on
+    std::int64_t start = 0;
+    double before = 1.0;      // the gain of the frame before the window
+    const auto total = static_cast<std::int64_t>(m_frames);
+    while (start < total) {
+        const auto want = static_cast<std::size_t>(std::min<std::int64_t>(k_block + k_ahead, total - start));
+        std::fill(window.begin() + static_cast<std::ptrdiff_t>(have * 2),
+                  window.begin() + static_cast<std::ptrdiff_t>(want * 2), 0.0f);
+        if (!mix(start + static_cast<std::int64_t>(have), want - have, window.data() + have * 2)) {
+            message = m_musicpath + ": cannot read the music";
             return false;
         }
-        mixer.add(clip, at, static_cast<float>(gain));
+        have = want;
+        // All of what is left at the end; else a block, with the look-ahead kept.
+        const std::size_t done = start + static_cast<std::int64_t>(have) == total ? have : k_block;
+
+        // The gain each frame needs on its own; then the attack, run
+        // backwards, and the release, run forwards: each pass only lowers it.
+        for (std::size_t i = 0; i < have; ++i) {
+            const float peak = std::max(std::fabs(window[2 * i]), std::fabs(window[2 * i + 1]));
+            gain[i] = peak > ceiling ? static_cast<double>(ceiling) / peak : 1.0;
+        }
+        for (std::size_t i = have - 1; i-- > 0;)
+            gain[i] = std::min(gain[i], gain[i + 1] + (1.0 - gain[i + 1]) * attack);
+        for (std::size_t i = 0; i < done; ++i) {
+            gain[i] = std::min(gain[i], before + (1.0 - before) * release);
+            before = gain[i];
+            const auto g = static_cast<float>(gain[i]);
+            m_smallest = std::min(m_smallest, g);
+            window[2 * i] *= g;
+            window[2 * i + 1] *= g;
+        }
+        if (!out(window.data(), done)) {
+            message = "cannot write the sound";
+            return false;
+        }
+        std::copy(window.begin() + static_cast<std::ptrdiff_t>(done * 2),
+                  window.begin() + static_cast<std::ptrdiff_t>(have * 2), window.begin());
+        have -= done;
+        start += static_cast<std::int64_t>(done);
     }
     return true;
 }
 
-bool writewav(const std::string& path, const std::vector<float>& samples, std::string& message)
+bool soundtrack_t::write(const std::string& path, std::string& message, float ceiling)
 {
     SF_INFO info{};
     info.samplerate = k_soundrate;
@@ -214,14 +254,18 @@ bool writewav(const std::string& path, const std::vector<float>& samples, std::s
         return false;
     }
     sf_command(file, SFC_SET_CLIPPING, nullptr, SF_TRUE);
-    const auto frames = static_cast<sf_count_t>(samples.size() / 2);
-    const bool written = sf_writef_float(file, samples.data(), frames) == frames;
+    bool written = true;
+    const bool made = make(
+        [file, &written](const float* samples, std::size_t frames) {
+            const auto count = static_cast<sf_count_t>(frames);
+            written = sf_writef_float(file, samples, count) == count;
+            return written;
+        },
+        message, ceiling);
     const bool closed = sf_close(file) == 0;
-    if (!written || !closed) {
-        message = path + ": cannot write the sound";
-        return false;
-    }
-    return true;
+    if (!made && !written) message = path + ": cannot write the sound";
+    if (made && !closed) message = path + ": cannot write the sound";
+    return made && closed;
 }
 
 } // namespace vexlor
