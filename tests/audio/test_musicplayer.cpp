@@ -13,30 +13,20 @@
 #include "audio/musicplayer.h"
 #include "audio/myxaudio2.h"
 #include "audio/xaudio2.h"
+#include "diskrecording.h"
 #include "wavefile.h"
 
 using namespace wavefile;
+using diskrecording::frames;
+using diskrecording::reach;
 
 namespace {
 
-std::string g_recording;
 constexpr double k_seconds = 6.0;
-
-std::uint64_t frames()
-{
-    return std::filesystem::exists(g_recording) ? std::filesystem::file_size(g_recording) / 8 : 0;
-}
-
-bool reach(std::uint64_t count)
-{
-    for (int i = 0; i < 3000 && frames() < count; ++i)
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    return frames() >= count;
-}
 
 std::vector<float> leftfrom(std::uint64_t from)
 {
-    std::ifstream in(g_recording, std::ios::binary);
+    std::ifstream in(diskrecording::g_path, std::ios::binary);
     in.seekg(static_cast<std::streamoff>(from * 8));
     std::vector<float> left;
     float s[2];
@@ -221,9 +211,7 @@ int main(int argc, char** argv)
 {
     testing::InitGoogleTest(&argc, argv);
     const tempdir dir;
-    g_recording = dir.path + "/out.raw";
-    setenv("SDL_AUDIODRIVER", "disk", 1);
-    setenv("SDL_DISKAUDIOFILE", g_recording.c_str(), 1);
+    diskrecording::start(dir.path + "/out.raw");
     if (!sndkit::xaudio2_t::init(0) || sndkit::xaudio2_t::engine() == nullptr
         || sndkit::xaudio2_t::engine()->mastervoice == nullptr) {
         std::cerr << "no engine on the disk driver" << std::endl;

@@ -12,13 +12,15 @@
 
 #include "audio/myxaudio2.h"
 #include "audio/xaudio2.h"
+#include "diskrecording.h"
 #include "wavefile.h"
 
 using namespace wavefile;
+using diskrecording::frames;
+using diskrecording::reach;
 
 namespace {
 
-std::string g_recording;
 
 // The player on the default device (stereo, its rate detected) with a clip
 // of 1/`per_second` s of 16-bit stereo: left 8192 (0.25), right -4096 (-0.125).
@@ -39,19 +41,6 @@ struct setup {
     }
 };
 
-std::uint64_t frames()
-{
-    return std::filesystem::exists(g_recording) ? std::filesystem::file_size(g_recording) / 8 : 0;
-}
-
-// Waits until the recording holds `count` frames.
-bool reach(std::uint64_t count)
-{
-    for (int i = 0; i < 3000 && frames() < count; ++i)
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    return frames() >= count;
-}
-
 // From frame `from` of the recording: the sum of the left side, the frames
 // that hold the clip twice over, those that hold it neither once nor twice,
 // and the first and last frame with sound.
@@ -60,7 +49,7 @@ struct census {
     std::uint64_t twice = 0, other = 0, first = ~0ull, last = 0;
     explicit census(std::uint64_t from)
     {
-        std::ifstream in(g_recording, std::ios::binary);
+        std::ifstream in(diskrecording::g_path, std::ios::binary);
         in.seekg(std::streamoff(from * 8));
         float s[2];
         const auto is = [&](float k) { return std::abs(s[0] - k / 4) < 1e-4f && std::abs(s[1] + k / 8) < 1e-4f; };
@@ -160,8 +149,6 @@ int main(int argc, char** argv)
     testing::InitGoogleTest(&argc, argv);
     mallopt(M_ARENA_MAX, 1);
     const tempdir dir;
-    g_recording = dir.path + "/out.raw";
-    setenv("SDL_AUDIODRIVER", "disk", 1);
-    setenv("SDL_DISKAUDIOFILE", g_recording.c_str(), 1);
+    diskrecording::start(dir.path + "/out.raw");
     return RUN_ALL_TESTS();
 }
