@@ -6,7 +6,6 @@ for root, so under root the daemon runs as nobody. CTest gives the binary in
 VEXLOR_BIN.
 """
 import os
-import re
 import shutil
 import subprocess
 import sys
@@ -16,21 +15,13 @@ import unittest
 import xml.etree.ElementTree as ElementTree
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "support"))
-from vexlorrun import Picture, Xvfb  # noqa: E402
+from vexlorrun import Xvfb  # noqa: E402
 
 BIN = os.path.abspath(os.environ.get("VEXLOR_BIN", "build/bin/vexlor"))
 BRIGHT = 120
 SKY = (45, 46)
 NOBODY = 65534
 SETTINGS = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "app", "xscreensaver", "vexlor.xml")
-
-
-def screenshot(xvfb):
-    data = subprocess.run(["import", "-window", "root", "-depth", "8", "ppm:-"],
-                          env=xvfb.env(), check=True, capture_output=True).stdout
-    header = re.match(rb"P6\s+(\d+)\s+(\d+)\s+\d+\s", data)
-    w, h = int(header[1]), int(header[2])
-    return Picture(w, data[header.end():header.end() + w * h * 3])
 
 
 def hacks_on(display):
@@ -122,7 +113,7 @@ class Daemon(unittest.TestCase):
         sky = sparks = None
         deadline = time.monotonic() + 20
         while time.monotonic() < deadline and not sparks:
-            shot = screenshot(self.xvfb)
+            shot = self.xvfb.screenshot()
             if shot.most_common() in [(a, b, c) for a in SKY for b in SKY for c in SKY]:
                 sky = sky or time.monotonic()
                 if shot.count_brighter(BRIGHT) > 200:

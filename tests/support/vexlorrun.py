@@ -41,6 +41,14 @@ class Xvfb:
     def run(self, *args, check=True):
         return subprocess.run(args, env=self.env(), check=check, capture_output=True, text=True)
 
+    def screenshot(self):
+        """The whole screen, as the X server shows it."""
+        data = subprocess.run(["import", "-window", "root", "-depth", "8", "ppm:-"],
+                              env=self.env(), check=True, capture_output=True).stdout
+        header = re.match(rb"P6\s+(\d+)\s+(\d+)\s+\d+\s", data)
+        w, h = int(header[1]), int(header[2])
+        return Picture(w, data[header.end():header.end() + w * h * 3])
+
     def close(self):
         # Terminated, not killed: Xvfb then removes its lock and socket.
         self.proc.terminate()
@@ -191,11 +199,7 @@ class Program:
         self.xvfb.run("import", "-window", "root", path)
 
     def screenshot(self):
-        data = subprocess.run(["import", "-window", "root", "-depth", "8", "ppm:-"],
-                              env=self.xvfb.env(), check=True, capture_output=True).stdout
-        header = re.match(rb"P6\s+(\d+)\s+(\d+)\s+\d+\s", data)
-        w, h = int(header[1]), int(header[2])
-        return Picture(w, data[header.end():header.end() + w * h * 3])
+        return self.xvfb.screenshot()
 
     def wait(self, timeout):
         try:

@@ -2,7 +2,6 @@
 // mix with its limiter, and the WAVE writer (libsndfile).
 #include "tools/render/soundtrack.h"
 
-#include "audio/musicstream.h"
 #include "audio/wave.h"
 
 #include <samplerate.h>
