@@ -10,6 +10,10 @@ namespace {
 // Built before main runs; its constructor registers it as the singleton.
 glfwyMGR4 s_manager;
 
+// Every window starts at this size, before its owner sizes it.
+constexpr int k_startwidth = 640;
+constexpr int k_startheight = 480;
+
 glutyAPI4* target(GLFWwindow* window)
 {
     glfwMakeContextCurrent(window);
@@ -136,7 +140,7 @@ glutyAPI4* glfwyMGR4::object(GLFWwindow* window) const
 GLFWwindow* glfwyMGR4::addWindow(glutyAPI4* window, const char* title)
 {
     if (!window) return nullptr;
-    GLFWwindow* handle = glfwCreateWindow(640, 480, title, nullptr, nullptr);
+    GLFWwindow* handle = glfwCreateWindow(k_startwidth, k_startheight, title, nullptr, nullptr);
     if (!handle) return nullptr;
     m_objects[handle] = window;
     m_windows[window] = handle;
@@ -157,8 +161,14 @@ GLFWwindow* glfwyMGR4::addWindow(glutyAPI4* window, const char* title)
     const GLFWvidmode* mode = glfwGetVideoMode(glfwGetPrimaryMonitor());
     m_pacer.setrate(mode ? mode->refreshRate : 0);
 
-    window->init();
-    window->reshape(640, 480);
+    if (!window->init()) {
+        m_initfailed = true;
+        m_objects.erase(handle);
+        m_windows.erase(window);
+        glfwDestroyWindow(handle);
+        return nullptr;
+    }
+    window->reshape(k_startwidth, k_startheight);
     return handle;
 }
 

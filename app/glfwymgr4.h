@@ -29,8 +29,11 @@ public:
     void SwapBuffers(glutyAPI4* window);
 
     // Creates a 640 x 480 window titled `title` for `window`, makes its context
-    // current, then calls init() and reshape(640, 480). Null on failure.
+    // current, then calls init() and reshape(640, 480). Null on failure: no
+    // window or context (GLFW keeps the reason), or an init() that failed
+    // (the window is then destroyed again and initfailed() is set).
     GLFWwindow* addWindow(glutyAPI4* window, const char* title);
+    bool initfailed() const { return m_initfailed; }
     void MainLoop();
 
     // The GLFW handle of a registered object (null when not registered).
@@ -49,6 +52,7 @@ private:
     bool m_idle = true;
     bool m_keyrepeat = false;
     bool m_redisplay = false;
+    bool m_initfailed = false;
     framepacer_t m_pacer;
 };
 

@@ -14,7 +14,9 @@ public:
     virtual void motion(int /*x*/, int /*y*/) {}
     virtual void passivemotion(int /*x*/, int /*y*/) {}
     virtual void idle() {}
-    virtual void init() {}
+    // Called with the window's context current; false when the window
+    // cannot be shown (it has said why), and the manager gives it up.
+    virtual bool init() { return true; }
     virtual ~glutyAPI() = default;
 };
 

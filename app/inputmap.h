@@ -2,15 +2,27 @@
 // the tables are tested without a window.
 #pragma once
 
+#define GLFW_INCLUDE_NONE
+#include <GLFW/glfw3.h>
+
 namespace winkit {
+
+// The character codes keys become, as a GLUT-style handler sees them.
+constexpr unsigned char key_backspace = 8;
+constexpr unsigned char key_tab = 9;
+constexpr unsigned char key_enter = 13;
+constexpr unsigned char key_escape = 27;
+constexpr unsigned char key_space = ' ';
+// The code keypad 5 becomes with Num Lock off: no handler binds it.
+constexpr int key_keypadcentre = 255;
 
 struct keycode_t {
     int code;     // character code (0..255) or special key code
     bool special; // true: goes to specialkey / specialkeyup
 };
 
-// Translates a GLFW key with its modifier bits (Shift 0x01, Control 0x02,
-// Caps Lock 0x10).
+// Translates a GLFW key with its modifier bits (GLFW_MOD_SHIFT,
+// GLFW_MOD_CONTROL, GLFW_MOD_CAPS_LOCK).
 keycode_t translatekey(int key, int mods);
 
 struct buttonevent_t {

@@ -1,10 +1,12 @@
 // vexlor: a real-time fireworks show. Builds the one viewer window, hands it
-// to the window manager and runs the event loop until the window closes; or,
-// as a screensaver, draws into a window it is given.
+// to the window manager and runs the event loop until the window closes or a
+// key ends it; or, as a screensaver, draws into a window it is given. Every
+// end comes back here, so the show's threads have ended when it returns.
 #include "app/glfwymgr4.h"
 #include "app/saver.h"
 #include "app/saveroptions.h"
 #include "app/usage.h"
+#include "app/viewstate.h"
 #include "app/viewwindow.h"
 #include "glload/keepdriver.h"
 #include "utils/common.h"
@@ -32,11 +34,17 @@ int main(int argc, char** argv)
     if (!started) {
         basekit::error();
         std::cerr << "glfwInit() failed." << std::endl;
-        std::exit(1);
+        return 1;
     }
 
-    vexlor::ViewWindow view(argc, argv);
+    vexlor::viewstate_t state;
+    vexlor::ViewWindow view(argc, argv, state);
     if (!winkit::glfwyMGR4::instance()->addWindow(&view, "vexlor")) {
+        // The window said why it could not start.
+        if (winkit::glfwyMGR4::instance()->initfailed()) {
+            glfwTerminate();
+            return 1;
+        }
         // No window or no OpenGL context: GLFW keeps the reason.
         const char* why = nullptr;
         glfwGetError(&why);
@@ -49,5 +57,5 @@ int main(int argc, char** argv)
     glload::keepdriverloaded();
     winkit::glfwyMGR4::instance()->MainLoop();
     glfwTerminate();
-    return 0;
+    return state.status;
 }

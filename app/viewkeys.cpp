@@ -1,25 +1,19 @@
-// The viewer's keys: restart, pause, one-second steps (the music follows each), the diagnostic
-// polygon-offset pair, the work-area toggle, trail mode on Shift, and quit.
+// The viewer's keys: restart, pause, one-second steps (the music follows
+// each), the diagnostic polygon-offset pair, the work-area toggle, trail mode
+// on Shift, and quit.
 #include "app/viewwindow.h"
 
 #include "app/glfwymgr4.h"
-#include "app/viewstate.h"
+#include "app/inputmap.h"
+#include "utils/mmtime.h"
 
-#include <cstdlib>
 #include <iostream>
 
 namespace vexlor {
 
-using namespace view;
-
 namespace {
 
 constexpr std::int64_t k_step = sceneclock_t::k_step;
-
-constexpr int k_left = GLFW_KEY_LEFT;
-constexpr int k_right = GLFW_KEY_RIGHT;
-constexpr int k_leftshift = GLFW_KEY_LEFT_SHIFT;
-constexpr int k_rightshift = GLFW_KEY_RIGHT_SHIFT;
 
 void redraw()
 {
@@ -39,25 +33,22 @@ void adjust(int& value, int by, const char* name)
 // the pause arithmetic needs the time of the key press.
 void ViewWindow::restart()
 {
-    m_frame.ResetCamera();
-    m_clock.restart(clockmicros());
-    movemusic();
-    for (auto& shell : m_show.shells) shell.launched = shell.exploded = false;
+    m_state.frame.ResetCamera();
+    m_state.runner.restart(basekit::monotonicmicros());
 }
 
 void ViewWindow::togglepause()
 {
-    if (m_clock.togglepause(clockmicros()))
+    if (m_state.runner.togglepause(basekit::monotonicmicros()))
         winkit::glfwyMGR4::instance()->IdleOff();
     else
         winkit::glfwyMGR4::instance()->IdleOn();
-    movemusic();
 }
 
+// The step shows at once, also while paused.
 void ViewWindow::step(std::int64_t micros)
 {
-    m_clock.step(micros, clockmicros());
-    movemusic();
+    m_state.runner.step(micros, basekit::monotonicmicros());
     idle();
     redraw();
 }
@@ -66,16 +57,16 @@ void ViewWindow::step(std::int64_t micros)
 // there is no show yet to restart, pause or step.
 void ViewWindow::keyboard(unsigned char key, int, int)
 {
-    if (loading() && key != 27 && key != 'q' && key != 'f') return;
+    if (loading() && key != winkit::key_escape && key != 'q' && key != 'f') return;
     switch (key) {
-    case 13: restart(); break;
-    case 27:
-    case 'q': quit(); break;
-    case ' ': togglepause(); break;
-    case '*': adjust(m_frame.polyoffsetfactor, +1, "polyoffsetfactor"); break;
-    case '/': adjust(m_frame.polyoffsetfactor, -1, "polyoffsetfactor"); break;
-    case '+': adjust(m_frame.polyoffsetunit, +1, "polyoffsetunit"); break;
-    case '-': adjust(m_frame.polyoffsetunit, -1, "polyoffsetunit"); break;
+    case winkit::key_enter: restart(); break;
+    case winkit::key_escape:
+    case 'q': quit(1); break;
+    case winkit::key_space: togglepause(); break;
+    case '*': adjust(m_state.frame.polyoffsetfactor, +1, "polyoffsetfactor"); break;
+    case '/': adjust(m_state.frame.polyoffsetfactor, -1, "polyoffsetfactor"); break;
+    case '+': adjust(m_state.frame.polyoffsetunit, +1, "polyoffsetunit"); break;
+    case '-': adjust(m_state.frame.polyoffsetunit, -1, "polyoffsetunit"); break;
     case 'f':
         toggleworkarea();
         redraw();
@@ -88,12 +79,12 @@ void ViewWindow::specialkey(int key, int, int)
 {
     if (loading()) return;
     switch (key) {
-    case k_left: step(-k_step); break;
-    case k_right: step(+k_step); break;
-    case k_leftshift:
-    case k_rightshift:
-        if (!m_frame.trail()) {
-            m_frame.EnterTrail();
+    case GLFW_KEY_LEFT: step(-k_step); break;
+    case GLFW_KEY_RIGHT: step(+k_step); break;
+    case GLFW_KEY_LEFT_SHIFT:
+    case GLFW_KEY_RIGHT_SHIFT:
+        if (!m_state.frame.trail()) {
+            m_state.frame.EnterTrail();
             redraw();
         }
         break;
@@ -104,8 +95,8 @@ void ViewWindow::specialkey(int key, int, int)
 void ViewWindow::specialkeyup(int key, int, int)
 {
     if (loading()) return;
-    if ((key == k_leftshift || key == k_rightshift) && m_frame.trail()) {
-        m_frame.LeaveTrail();
+    if ((key == GLFW_KEY_LEFT_SHIFT || key == GLFW_KEY_RIGHT_SHIFT) && m_state.frame.trail()) {
+        m_state.frame.LeaveTrail();
         redraw();
     }
 }
@@ -113,15 +104,15 @@ void ViewWindow::specialkeyup(int key, int, int)
 void ViewWindow::toggleworkarea()
 {
     GLFWwindow* window = winkit::glfwyMGR4::instance()->handle(this);
-    if (fullscreen) {
-        fullscreen = false;
-        if (winwidth != 0 && winheight != 0) {
-            glfwSetWindowSize(window, winwidth, winheight);
-            glfwSetWindowPos(window, winx, winy);
+    if (m_state.fullscreen) {
+        m_state.fullscreen = false;
+        if (m_state.winwidth != 0 && m_state.winheight != 0) {
+            glfwSetWindowSize(window, m_state.winwidth, m_state.winheight);
+            glfwSetWindowPos(window, m_state.winx, m_state.winy);
         }
     } else {
-        fullscreen = true;
-        toworkarea(window);
+        m_state.fullscreen = true;
+        toworkarea(window, m_state);
     }
 }
 

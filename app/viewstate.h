@@ -1,29 +1,45 @@
-// The viewer's process-wide state: the sound player and the window geometry
-// saved for the work-area toggle. Shared by the viewer's frame and key code.
+// Everything the viewer holds, in one struct that main owns and hands to the
+// window: the burst sound and the show's sound, the show's loader and its
+// runner, the frame that draws it, the window geometry kept for the
+// work-area toggle, and the status the program ends with.
 #pragma once
 
+#include "app/showloader.h"
+#include "app/showsound.h"
 #include "audio/wave.h"
+#include "firework/showrunner.h"
+#include "render/frame.h"
 
-#include <cstdint>
+#include <memory>
 
 #define GLFW_INCLUDE_NONE
 #include <GLFW/glfw3.h>
 
-namespace vexlor::view {
+namespace vexlor {
 
-extern sndkit::wave_t* wave; // made once, never deleted: it plays until the process ends
+struct viewstate_t {
+    std::unique_ptr<sndkit::wave_t> wave; // the burst sound
+    showsound_t sound;                    // what the runner sounds through
+    showloader_t loader;
+    bool loaded = false;
+    int shownpercent = -1; // the percentage last put in the title while loading
+    showrunner_t runner;
+    frame_t frame; // drawn by the same code as headless renders
 
-extern bool fullscreen;
-extern int winwidth;
-extern int winheight;
-extern int winx;
-extern int winy;
+    // The work-area toggle: on at start, and the window's own size and
+    // place, kept while it covers the work area.
+    bool fullscreen = true;
+    int winwidth = 0;
+    int winheight = 0;
+    int winx = 0;
+    int winy = 0;
 
-// Saves the window's size and position, then gives it the primary monitor's
-// work-area size at (0, 0): the work area's own origin is ignored on purpose.
-void toworkarea(GLFWwindow* window);
+    int status = 0; // the exit status once the main loop has ended
+};
 
-// Microseconds on the show's clock: milliseconds times 1000, in 32 bits.
-std::uint32_t clockmicros();
+// Saves the window's size and position into `state`, then gives it the
+// primary monitor's work-area size at (0, 0): the work area's own origin is
+// ignored on purpose.
+void toworkarea(GLFWwindow* window, viewstate_t& state);
 
-} // namespace vexlor::view
+} // namespace vexlor

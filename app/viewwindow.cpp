@@ -1,46 +1,17 @@
 // The viewer window: start-up, projection, the frame's evaluation and drawing.
 #include "app/viewwindow.h"
 
-#include "app/datapath.h"
 #include "app/glfwymgr4.h"
-#include "app/viewstate.h"
 #include "audio/wavedispatch.h"
-#include "audio/xaudio2.h"
-#include "firework/showfile.h"
-#include "firework/evaluate.h"
 #include "glload/glextloader.h"
-#include "render/pgmshdr.h"
+#include "utils/datapath.h"
 #include "utils/futil.h"
+#include "utils/mmtime.h"
 
-#include <algorithm>
-#include <cstdlib>
 #include <iostream>
 #include <string>
 
 namespace vexlor {
-using namespace view;
-
-ViewWindow::ViewWindow(int argc, char** argv)
-    : m_argc(argc), m_argv(argv), m_basename(basekit::basename(std::string(argv[0]))),
-      m_dirname(basekit::dirname(std::string(argv[0])))
-{
-}
-
-ViewWindow::~ViewWindow() = default;
-
-void ViewWindow::loadsound()
-{
-    wave = sndkit::wave_dispatch(0).release();
-    if (!wave) {
-        std::cerr << "wave dispatch failed." << std::endl;
-        std::exit(1);
-    }
-    const std::string path = finddata("reverb.wav", m_argv[0]);
-    if (!wave->load(path.c_str())) {
-        std::cerr << "wave load failed." << std::endl;
-        std::exit(1);
-    }
-}
 
 namespace {
 
@@ -48,10 +19,34 @@ constexpr char k_title[] = "vexlor";
 
 } // namespace
 
-void ViewWindow::startload()
+ViewWindow::ViewWindow(int argc, char** argv, viewstate_t& state)
+    : m_argc(argc), m_argv(argv), m_basename(basekit::basename(std::string(argv[0]))),
+      m_dirname(basekit::dirname(std::string(argv[0]))), m_state(state)
 {
-    // No name plays the built-in susuki show.
-    m_loader.start(m_argc > 1 ? m_argv[1] : "susuki");
+}
+
+void ViewWindow::quit(int status)
+{
+    // A read still going on sees the flag within a block; main waits for it.
+    if (loading()) m_state.loader.cancel();
+    m_state.status = status;
+    winkit::glfwyMGR4::instance()->Exit();
+}
+
+bool ViewWindow::loadsound()
+{
+    m_state.wave = sndkit::wave_dispatch(0);
+    if (!m_state.wave) {
+        std::cerr << "wave dispatch failed." << std::endl;
+        return false;
+    }
+    const std::string path = basekit::finddata("reverb.wav", m_argv[0]);
+    if (!m_state.wave->load(path.c_str())) {
+        std::cerr << "wave load failed." << std::endl;
+        return false;
+    }
+    m_state.sound.Init(m_state.wave.get(), path);
+    return true;
 }
 
 // Called each pass while loading: the title and bar follow the read; a
@@ -59,16 +54,16 @@ void ViewWindow::startload()
 void ViewWindow::pollload()
 {
     GLFWwindow* window = winkit::glfwyMGR4::instance()->handle(this);
-    switch (m_loader.state()) {
+    switch (m_state.loader.state()) {
     case showloader_t::state_t::failed:
-        m_loader.Destroy();
-        std::cerr << m_loader.message() << std::endl;
-        std::exit(1);
+        std::cerr << m_state.loader.message() << std::endl;
+        quit(1);
+        return;
     case showloader_t::state_t::done: break;
     default: {
-        const int percent = static_cast<int>(m_loader.fraction() * 100.0);
-        if (percent != m_shownpercent && window) {
-            m_shownpercent = percent;
+        const int percent = static_cast<int>(m_state.loader.fraction() * 100.0);
+        if (percent != m_state.shownpercent && window) {
+            m_state.shownpercent = percent;
             const std::string title = std::string(k_title) + ": loading " + std::to_string(percent) + "%";
             glfwSetWindowTitle(window, title.c_str());
         }
@@ -76,84 +71,48 @@ void ViewWindow::pollload()
     }
     }
 
-    m_loader.take(m_show);
-    liftlaunchsites(m_show);
-    m_evaluator.prepare(m_show);
-    // A true bound, also for shells without stars, which still draw while rising.
-    const std::size_t count = pointcapacity(m_show);
-    m_evaluator.setthreads(threadsfor(count));
-    m_evaluator.reserve(frame_t::startcapacity(count));
-    m_primitives.reserve(frame_t::startcapacity(count));
-    m_frame.Init(frame_t::startcapacity(count));
-    m_frame.Reshape(m_frame.width(), m_frame.height());
+    show_t show;
+    m_state.loader.take(show);
+    showrunner_t& runner = m_state.runner;
+    runner.load(std::move(show));
     // The log is out; a show without its shaders would be a blank window.
-    if (shaderfailed()) std::exit(1);
-    if (window) glfwSetWindowTitle(window, k_title);
-    m_loaded = true;
-    loadmusic();
-    m_clock.start(clockmicros());
-    movemusic();
-}
-
-// Quitting during a load stops the read without waiting for it: the reader
-// sees the flag within a block, and anything slower is left to the exit.
-void ViewWindow::quit()
-{
-    if (loading()) {
-        m_loader.cancel();
-        m_loader.settle(0.1);
+    if (!m_state.frame.Init(frame_t::startcapacity(runner.capacity()))) {
+        quit(1);
+        return;
     }
-    std::exit(1);
+    m_state.frame.Reshape(m_state.frame.width(), m_state.frame.height());
+    if (window) glfwSetWindowTitle(window, k_title);
+    m_state.loaded = true;
+    runner.setaudio(&m_state.sound);
+    runner.start(basekit::monotonicmicros());
 }
 
-// Music that cannot be played is told in one line; the show goes on without it.
-void ViewWindow::loadmusic()
+bool ViewWindow::init()
 {
-    if (m_show.music.file.empty()) return;
-    std::string message;
-    if (!m_music.Init(sndkit::xaudio2_t::engine(), m_show.music.file.c_str(), m_show.music.offset, m_show.music.gain,
-                      message))
-        std::cerr << musicproblem(m_show.music, message) << std::endl;
-}
-
-double ViewWindow::showtime() const
-{
-    const std::uint32_t at = m_clock.paused() ? m_clock.pausestart() : m_clock.now();
-    return scenetime(elapsedmicros(at, m_clock.origin()));
-}
-
-void ViewWindow::movemusic()
-{
-    if (m_clock.paused())
-        m_music.pause(showtime());
-    else
-        m_music.play(showtime());
-}
-
-void ViewWindow::init()
-{
-    loadsound();
+    if (!loadsound()) return false;
     glload::gl_extloader_init();
     winkit::glfwyMGR4::instance()->KeyRepeat(false);
 
-    if (fullscreen) toworkarea(winkit::glfwyMGR4::instance()->handle(this));
+    if (m_state.fullscreen) toworkarea(winkit::glfwyMGR4::instance()->handle(this), m_state);
 
-    startload();
+    // No name plays the built-in susuki show.
+    m_state.loader.start(m_argc > 1 ? m_argv[1] : "susuki");
+    return true;
 }
 
 void ViewWindow::reshape(int, int)
 {
     int width = 0, height = 0;
     glfwGetFramebufferSize(winkit::glfwyMGR4::instance()->handle(this), &width, &height);
-    m_frame.Reshape(width, height);
+    m_state.frame.Reshape(width, height);
 }
 
 void ViewWindow::display()
 {
     if (loading())
-        m_frame.DrawProgress(m_loader.fraction());
+        m_state.frame.DrawProgress(m_state.loader.fraction());
     else
-        m_frame.Draw();
+        m_state.frame.Draw();
 }
 
 void ViewWindow::idle()
@@ -163,14 +122,11 @@ void ViewWindow::idle()
         winkit::glfwyMGR4::instance()->PostRedisplay();
         if (loading()) return;
     }
-    const float t = m_clock.tick(clockmicros());
-    m_music.sync(t);
-    m_evaluator.evaluate(m_show, t, m_primitives,
-                       [](std::size_t, sound_t) { wave->play(false); });
-    m_frame.Update(m_primitives.data(), m_primitives.size());
-
-    // Nothing in the air and nothing glowing: start the show again.
-    if (m_primitives.empty()) keyboard(13, 0, 0);
+    showrunner_t& runner = m_state.runner;
+    runner.frame(basekit::monotonicmicros());
+    m_state.frame.Update(runner.points().data(), runner.points().size());
+    // The show is over: it starts again, and so does the camera.
+    if (runner.restarted()) m_state.frame.ResetCamera();
     winkit::glfwyMGR4::instance()->PostRedisplay();
 }
 

@@ -45,9 +45,24 @@ std::size_t skipdark(const starlimits_t& limits, std::size_t stages, float& r, f
     return static_cast<std::size_t>(k);
 }
 
+// Where a star's walk puts what it finds: the points themselves, or only how
+// many there are (positions are then never computed; the walk is the same).
+struct pointsink_t {
+    static constexpr bool positions = true;
+    std::vector<primitive_t>& points;
+    void add(const primitive_t& point) { points.push_back(point); }
+};
+
+struct countsink_t {
+    static constexpr bool positions = false;
+    std::size_t count = 0;
+    void add(const primitive_t&) { ++count; }
+};
+
 // One star after the burst: b seconds since the burst at burst point B.
+template <typename Sink>
 void evaluatestar(const fire_t& fire, const starlimits_t& limits, const geokit::position3_t& B,
-                  const primitive_t& shell, float b, std::vector<primitive_t>& points)
+                  const primitive_t& shell, float b, Sink& out)
 {
     const geokit::direction3_t V{fire.speed * fire.direction.x, fire.speed * fire.direction.y,
                                  fire.speed * fire.direction.z};
@@ -55,6 +70,18 @@ void evaluatestar(const fire_t& fire, const starlimits_t& limits, const geokit::
     float a = 0.0f; // delays used so far
     float c = 1.0f; // drag of the last carrier
     geokit::color3a_t color;
+    const auto lit = [&](const geokit::position3_t& from, float s, const powder_t& powder) {
+        if constexpr (Sink::positions)
+            out.add({ballistic(from, V, s, powder.drag), powder.size, color});
+        else
+            out.add({});
+    };
+    const auto ignition = [&] {
+        if constexpr (Sink::positions)
+            return ballistic(B, V, a, c);
+        else
+            return B;
+    };
     const std::size_t count = fire.powders.size();
     const std::size_t head = std::min(count, limits.tailstart);
     std::size_t i = 0;
@@ -62,12 +89,12 @@ void evaluatestar(const fire_t& fire, const starlimits_t& limits, const geokit::
         const powder_t& powder = fire.powders[i];
         if (powder.delay == 0.0f) {
             if (powder.films.empty()) {
-                points.push_back(shell);
+                out.add(shell);
                 return;
             }
             c = powder.drag;
             if (filmcolor(powder.films, b, color))
-                points.push_back({ballistic(B, V, b, powder.drag), powder.size, color});
+                lit(B, b, powder);
             continue;
         }
         if (powder.delay > r)
@@ -76,8 +103,7 @@ void evaluatestar(const fire_t& fire, const starlimits_t& limits, const geokit::
         r -= powder.delay;
         if (!filmcolor(powder.films, r, color))
             continue;
-        const geokit::position3_t ignition = ballistic(B, V, a, c);
-        points.push_back({ballistic(ignition, V, r, powder.drag), powder.size, color});
+        lit(ignition(), r, powder);
     }
 
     // The tail: positive delays only, so r only falls. Once it is below every
@@ -94,8 +120,7 @@ void evaluatestar(const fire_t& fire, const starlimits_t& limits, const geokit::
         r -= powder.delay;
         if (static_cast<double>(r) > limits.tailwindow || !filmcolor(powder.films, r, color))
             continue;
-        const geokit::position3_t ignition = ballistic(B, V, a, c);
-        points.push_back({ballistic(ignition, V, r, powder.drag), powder.size, color});
+        lit(ignition(), r, powder);
     }
 }
 
@@ -263,6 +288,7 @@ template <typename Source>
 void evaluator_t::fill(const Source& source, float t, std::size_t begin, std::size_t end,
                        std::vector<primitive_t>& points) const
 {
+    pointsink_t sink{points};
     for (std::size_t index = begin; index < end; ++index) {
         const firework_t& firework = source.shell(index);
         if (firework.time >= t)
@@ -285,7 +311,7 @@ void evaluator_t::fill(const Source& source, float t, std::size_t begin, std::si
             const starlimits_t& star = m_stars[limits.firststar + k];
             if (static_cast<double>(b) > star.burnout)
                 continue;
-            evaluatestar(fires[k], star, B, shell, b, points);
+            evaluatestar(fires[k], star, B, shell, b, sink);
         }
     }
 }
@@ -301,33 +327,36 @@ template <typename Source> void evaluator_t::runpart(void* context, std::size_t 
 }
 
 template <typename Source>
-void evaluator_t::run(Source& source, float t, std::vector<primitive_t>& points, const soundfunc_t& onsound)
+void evaluator_t::run(Source& source, float t, std::vector<primitive_t>& points, const soundfunc_t* onsound)
 {
     points.clear();
     const std::size_t count = source.size();
     const bool shared = !m_parts.empty();
     if (shared && m_weights.size() < count)
         m_weights.resize(count);
-    // Sounds and flags in order on this thread; meanwhile each shell's share
-    // of the work: one point while rising, its stars while any may show.
+    // Sounds and flags in order on this thread (unless only the points are
+    // asked for); meanwhile each shell's share of the work: one point while
+    // rising, its stars while any may show.
     std::size_t total = 0;
     for (std::size_t index = 0; index < count; ++index) {
         firework_t& firework = source.shell(index);
         std::size_t weight = 0;
         if (firework.time >= t) {
-            firework.launched = false;
+            if (onsound)
+                firework.launched = false;
         } else {
-            if (!firework.launched) {
-                onsound(index, sound_t::launch);
+            if (onsound && !firework.launched) {
+                (*onsound)(index, sound_t::launch);
                 firework.launched = true;
             }
             const float d = t - firework.time;
             if (firework.fuse >= d) {
-                firework.exploded = false;
+                if (onsound)
+                    firework.exploded = false;
                 weight = 1;
             } else {
-                if (!firework.exploded) {
-                    onsound(index, sound_t::burst);
+                if (onsound && !firework.exploded) {
+                    (*onsound)(index, sound_t::burst);
                     firework.exploded = true;
                 }
                 const shelllimits_t& limits = m_limits[source.limits(index)];
@@ -370,7 +399,7 @@ void evaluator_t::evaluate(std::vector<firework_t>& scene, float t, std::vector<
     if (!matches(scene))
         prepare(scene);
     scenesource_t source{scene};
-    run(source, t, points, onsound);
+    run(source, t, points, &onsound);
 }
 
 void evaluator_t::evaluate(show_t& show, float t, std::vector<primitive_t>& points, const soundfunc_t& onsound)
@@ -378,7 +407,23 @@ void evaluator_t::evaluate(show_t& show, float t, std::vector<primitive_t>& poin
     if (!matches(show))
         prepare(show);
     showsource_t source{show};
-    run(source, t, points, onsound);
+    run(source, t, points, &onsound);
+}
+
+void evaluator_t::points(const show_t& show, float t, std::vector<primitive_t>& points)
+{
+    if (!matches(show))
+        prepare(show);
+    // Without sounds the run only reads the show.
+    showsource_t source{const_cast<show_t&>(show)};
+    run(source, t, points, nullptr);
+}
+
+bool starshows(const fire_t& fire, const starlimits_t& limits, float b)
+{
+    countsink_t count;
+    evaluatestar(fire, limits, {}, primitive_t{}, b, count);
+    return count.count > 0;
 }
 
 } // namespace vexlor

@@ -21,19 +21,6 @@ enum class sound_t { launch, burst };
 // Called with the firework's index in the scene and what happened to it.
 using soundfunc_t = std::function<void(std::size_t firework, sound_t what)>;
 
-// Elapsed microseconds of the scene clock: both readings go to float first,
-// then they are subtracted (after a wrap of the 32-bit clock it is negative).
-inline float elapsedmicros(std::uint32_t now, std::uint32_t start)
-{
-    return static_cast<float>(now) - static_cast<float>(start);
-}
-
-// Scene time in seconds from elapsed microseconds.
-inline float scenetime(float elapsed)
-{
-    return static_cast<float>(elapsed / 1000000.0);
-}
-
 // The number of points to reserve: every powder of every star of every shell.
 std::size_t primitivecount(const std::vector<firework_t>& scene);
 
@@ -70,6 +57,9 @@ public:
     void evaluate(std::vector<firework_t>& scene, float t, std::vector<primitive_t>& points,
                   const soundfunc_t& onsound);
     void evaluate(show_t& show, float t, std::vector<primitive_t>& points, const soundfunc_t& onsound);
+    // The points alone, at any instant and in any order: no sound is asked
+    // for and the sound flags stay as they are.
+    void points(const show_t& show, float t, std::vector<primitive_t>& points);
 
     // Shares the points of each frame among `threads` threads, the caller
     // being one of them (1, the default, keeps it all on the caller). The
@@ -99,7 +89,7 @@ private:
     bool matches(const std::vector<firework_t>& scene) const;
     bool matches(const show_t& show) const;
     template <typename Source> void run(Source& source, float t, std::vector<primitive_t>& points,
-                                        const soundfunc_t& onsound);
+                                        const soundfunc_t* onsound);
     template <typename Source> void fill(const Source& source, float t, std::size_t begin, std::size_t end,
                                          std::vector<primitive_t>& points) const;
     template <typename Source> static void runpart(void* context, std::size_t part);
@@ -116,5 +106,9 @@ private:
     std::vector<primitive_t>* m_output = nullptr;
     float m_t = 0.0f;
 };
+
+// Whether a star gives any point b seconds after its burst, by the same walk
+// as the evaluation (positions aside): what the show's end is found with.
+bool starshows(const fire_t& fire, const starlimits_t& limits, float b);
 
 } // namespace vexlor

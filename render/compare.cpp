@@ -50,9 +50,9 @@ void release(GLenum unit)
 
 } // namespace
 
-void compare_t::Init()
+bool compare_t::Init()
 {
-    if (m_initialised) return;
+    if (m_initialised) return m_gl_program.ok();
     if (m_gl_program.Init(k_quad_vertex_source, k_quad_vertex_length, k_fragment_source,
                           sizeof(k_fragment_source) - 1)) {
         m_model_location = m_gl_program.getUniformLocation("ModelviewMtx");
@@ -64,6 +64,7 @@ void compare_t::Init()
     glGenTextures(1, &m_tex1id);
     glGenTextures(1, &m_tex2id);
     m_initialised = true;
+    return m_gl_program.ok();
 }
 
 void compare_t::Draw(const geokit::image2d_t& image1, const geokit::image2d_t& image2)

@@ -17,7 +17,8 @@ public:
     compare_t(const compare_t&) = delete;
     compare_t& operator=(const compare_t&) = delete;
 
-    void Init();
+    // False when its shaders did not build (their log is out).
+    bool Init();
     void Draw(const geokit::image2d_t& image1, const geokit::image2d_t& image2);
     void Destroy();
 

@@ -69,9 +69,9 @@ const void* offset(std::size_t bytes)
 
 } // namespace
 
-void draw_t::Init(std::size_t count)
+bool draw_t::Init(std::size_t count)
 {
-    if (m_initialised) return;
+    if (m_initialised) return m_gl_program.ok();
     if (m_gl_program.Init(k_vertex_source, sizeof(k_vertex_source) - 1, k_fragment_source,
                           sizeof(k_fragment_source) - 1)) {
         m_model_location = m_gl_program.getUniformLocation("ModelviewMtx");
@@ -102,6 +102,7 @@ void draw_t::Init(std::size_t count)
                       GL_UNSIGNED_BYTE, image->data());
     glBindTexture(GL_TEXTURE_2D, 0);
     m_initialised = true;
+    return m_gl_program.ok();
 }
 
 void draw_t::Update(const primitive_t* data, std::size_t count)

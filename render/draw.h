@@ -21,8 +21,9 @@ public:
     draw_t(const draw_t&) = delete;
     draw_t& operator=(const draw_t&) = delete;
 
-    // `count`: the starting capacity in primitives.
-    void Init(std::size_t count);
+    // `count`: the starting capacity in primitives. False when the shaders
+    // did not build (their log is out); nothing could be drawn then.
+    bool Init(std::size_t count);
     // A count above the capacity grows the buffer.
     void Update(const primitive_t* data, std::size_t count);
     void Draw(std::size_t count, const geokit::matrix3w_t& modelview,

@@ -33,18 +33,20 @@ void clearsky()
 
 } // namespace
 
-void frame_t::Init(std::size_t capacity)
+bool frame_t::Init(std::size_t capacity)
 {
-    if (m_initialised) return;
+    if (m_initialised) return m_built;
     clearsky();
     glDisable(GL_DITHER);
     glDisable(GL_DEPTH_TEST);
     m_camera.setup();
     polyoffsetunit = polyoffsetfactor = 0;
-    m_draw.Init(capacity);
-    m_texture.Init();
+    const bool points = m_draw.Init(capacity);
+    const bool trails = m_texture.Init();
+    m_built = points && trails;
     m_count = 0;
     m_initialised = true;
+    return m_built;
 }
 
 void frame_t::Reshape(int width, int height)

@@ -29,8 +29,9 @@ public:
 
     // With the context current: the fixed GL state, the camera and the
     // renderers, with room for `capacity` points a frame to start with.
-    // Idempotent.
-    void Init(std::size_t capacity);
+    // Idempotent. False when a shader did not build (its log is out): a
+    // frame would draw nothing.
+    bool Init(std::size_t capacity);
 
     // A starting capacity for a show whose true bound is `bound` points: the
     // busiest frame of a large show is a small part of every stage it holds,
@@ -67,6 +68,7 @@ public:
 
 private:
     bool m_initialised = false;
+    bool m_built = false; // every shader built
     draw_t m_draw;
     texture_t m_texture;
     showcamera_t m_camera;

@@ -30,9 +30,9 @@ geokit::matrix3w_t quadprojection()
     return geokit::getOrthoMatrix(geokit::getOrtho(view));
 }
 
-void quad_t::Init()
+bool quad_t::Init()
 {
-    if (m_initialised) return;
+    if (m_initialised) return true;
     static const float vertices[] = {
         -1.0f, -1.0f, 0.0f, 0.0f, 0.0f, //
         -1.0f, 1.0f,  0.0f, 0.0f, 1.0f, //
@@ -53,6 +53,7 @@ void quad_t::Init()
     glBindVertexArray(0);
     glBindBuffer(GL_ARRAY_BUFFER, 0);
     m_initialised = true;
+    return true;
 }
 
 void quad_t::Draw() const

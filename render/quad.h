@@ -22,7 +22,7 @@ public:
     quad_t(const quad_t&) = delete;
     quad_t& operator=(const quad_t&) = delete;
 
-    void Init();
+    bool Init(); // nothing in it can fail: true
     void Draw() const; // the strip; program, uniforms and textures are the caller's
     void Destroy();
 

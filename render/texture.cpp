@@ -19,9 +19,9 @@ void main()
 
 } // namespace
 
-void texture_t::Init()
+bool texture_t::Init()
 {
-    if (m_initialised) return;
+    if (m_initialised) return m_gl_program.ok();
     if (m_gl_program.Init(k_quad_vertex_source, k_quad_vertex_length, k_fragment_source,
                           sizeof(k_fragment_source) - 1)) {
         m_model_location = m_gl_program.getUniformLocation("ModelviewMtx");
@@ -30,6 +30,7 @@ void texture_t::Init()
     }
     m_quad.Init();
     m_initialised = true;
+    return m_gl_program.ok();
 }
 
 void texture_t::Draw(GLuint texture)

@@ -17,7 +17,8 @@ public:
     texture_t(const texture_t&) = delete;
     texture_t& operator=(const texture_t&) = delete;
 
-    void Init();
+    // False when its shaders did not build (their log is out).
+    bool Init();
     void Draw(GLuint texture);
     void Destroy();
 

@@ -119,9 +119,9 @@ double residentmb()
 void BM_SoundtrackHour(benchmark::State& state)
 {
     const std::string wav = "/tmp/bench_soundtrack-" + std::to_string(getpid()) + ".wav";
-    vexlor::clip_t burst;
+    sndkit::clip_t burst;
     std::string message;
-    if (!vexlor::loadclip(BENCH_REVERB_WAV, burst, message)) {
+    if (!sndkit::loadclip(BENCH_REVERB_WAV, vexlor::k_soundrate, burst, message)) {
         state.SkipWithError(message.c_str());
         return;
     }

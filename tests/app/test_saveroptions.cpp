@@ -1,7 +1,5 @@
-// The screensaver's command line and when it restarts its show: no window
-// needed.
+// The screensaver's command line: no window needed.
 #include "app/saveroptions.h"
-#include "app/showloop.h"
 
 #include <gtest/gtest.h>
 
@@ -176,33 +174,6 @@ TEST(SaverOptions, BadCommandLinesAreUsageErrorsOfOneLine)
         EXPECT_EQ(r.err.rfind("vexlor: ", 0), 0u) << line << r.err;
         EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << line << r.err;
     }
-}
-
-TEST(ShowLoop, RestartsWhenTheShowHasEndedAndTheDelayIsOver)
-{
-    // Empty frames before the first launch are no end.
-    vexlor::showloop_t now(0.0);
-    EXPECT_FALSE(now.restart(true, 0.0));
-    EXPECT_FALSE(now.restart(true, 5.0));
-    EXPECT_FALSE(now.restart(false, 5.1));
-    EXPECT_TRUE(now.restart(true, 9.0)); // no delay: at once, as the viewer does
-    EXPECT_FALSE(now.restart(true, 9.1)); // the new run has not drawn yet
-
-    vexlor::showloop_t later(2.0);
-    EXPECT_FALSE(later.restart(false, 1.0));
-    EXPECT_FALSE(later.restart(true, 10.0));
-    EXPECT_FALSE(later.restart(true, 11.99));
-    EXPECT_TRUE(later.restart(true, 12.0));
-    EXPECT_FALSE(later.restart(true, 15.0));
-
-    // A dark moment inside the show, shorter than the delay, is not its end;
-    // the wait starts again at the next dark moment.
-    EXPECT_FALSE(later.restart(false, 20.0));
-    EXPECT_FALSE(later.restart(true, 21.0));
-    EXPECT_FALSE(later.restart(false, 22.5));
-    EXPECT_FALSE(later.restart(true, 23.0));
-    EXPECT_FALSE(later.restart(true, 24.9));
-    EXPECT_TRUE(later.restart(true, 25.0));
 }
 
 } // namespace

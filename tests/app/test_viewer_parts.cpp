@@ -1,20 +1,13 @@
-// Parts of the viewer that need no window: the camera, the data-file lookup
-// and the command line.
-#include "app/datapath.h"
+// Parts of the viewer that need no window: the camera and the command line.
 #include "app/usage.h"
 #include "render/showcamera.h"
 
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
-#include <filesystem>
-#include <fstream>
 #include <string>
+#include <vector>
 
 namespace {
-
-namespace fs = std::filesystem;
 
 geokit::vector3w_t transform(float x, float y, float z, const geokit::matrix3w_t& m)
 {
@@ -47,42 +40,6 @@ TEST(ViewerCamera, LooksAlongPlusYFromInFrontOfTheLiftedLaunchSite)
     EXPECT_NEAR(back.y, 0.0f, 1e-3);
     EXPECT_NEAR(back.z, 1000.0f, 1e-2);
     for (int i = 0; i < 16; ++i) EXPECT_EQ(modelmtx.m[i], mtx.m[i]);
-}
-
-class DataPath : public ::testing::Test {
-protected:
-    void SetUp() override
-    {
-        m_old = fs::current_path();
-        m_dir = fs::temp_directory_path() / ("vexlor-datapath-" + std::to_string(getpid()));
-        fs::create_directories(m_dir);
-        fs::current_path(m_dir);
-    }
-    void TearDown() override
-    {
-        fs::current_path(m_old);
-        fs::remove_all(m_dir);
-        if (!m_beside.empty()) fs::remove(m_beside);
-    }
-    fs::path m_old, m_dir, m_beside;
-};
-
-TEST_F(DataPath, WorkingDirectoryFirstThenBesideTheExecutable)
-{
-    const std::string name = "vexlor-test-" + std::to_string(getpid()) + ".wav";
-    EXPECT_EQ(vexlor::finddata(name, "/nowhere/vexlor"), name) << "missing everywhere";
-
-    m_beside = fs::read_symlink("/proc/self/exe").parent_path() / name;
-    std::ofstream(m_beside) << "x";
-    EXPECT_EQ(vexlor::finddata(name, "vexlor"), m_beside.string());
-
-    std::ofstream(name) << "x";
-    EXPECT_EQ(vexlor::finddata(name, "vexlor"), name) << "the working directory wins";
-
-    // A directory of that name is not a data file.
-    fs::remove(name);
-    fs::create_directory(name);
-    EXPECT_EQ(vexlor::finddata(name, "vexlor"), m_beside.string());
 }
 
 int run(std::vector<std::string> args, std::string& out, std::string& err)

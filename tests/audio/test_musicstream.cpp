@@ -1,7 +1,7 @@
 // Music tracks: each format decoded against the samples it was made from, a
 // click found at its sample after resampling and seeking, silence outside the
 // track, and the files refused with their reason.
-#include "audio/musicplayer.h"
+#include "audio/showvoice.h"
 #include "audio/musicstream.h"
 
 #include <gtest/gtest.h>
@@ -215,20 +215,20 @@ TEST(MusicStream, RefusesWhatItCannotPlay)
     std::remove(empty.c_str());
 }
 
-// Without a sound device the player still checks the track, so a bad one is
-// told, and then stays silent whatever the clock does.
-TEST(MusicPlayer, WithoutADeviceChecksTheTrackAndStaysSilent)
+// Without a sound device the show's voice still checks the track, so a bad
+// one is told, and then stays silent with no clock of its own.
+TEST(ShowVoice, WithoutADeviceChecksTheTrackAndStaysSilent)
 {
     const std::string path = temppath("-player.wav");
     ASSERT_TRUE(write(path, SF_FORMAT_WAV | SF_FORMAT_PCM_16, 48000, tone(48000, 20000)));
-    sndkit::musicplayer_t player;
+    sndkit::showvoice_t player;
     std::string message;
     EXPECT_TRUE(player.Init(nullptr, path.c_str(), 0.5, 1.0, message)) << message;
     EXPECT_FALSE(player.active());
     player.play(0.0);
-    player.sync(1.0);
     player.pause(2.0);
-    EXPECT_EQ(player.resyncs(), 0u);
+    double heard = 0.0;
+    EXPECT_FALSE(player.clock(0, heard)) << "the show keeps the monotonic clock";
     EXPECT_FALSE(player.Init(nullptr, "/nonexistent/track.ogg", 0.0, 1.0, message));
     EXPECT_EQ(message, "cannot read the file (No such file or directory)");
     player.Destroy();

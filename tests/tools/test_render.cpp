@@ -1,11 +1,13 @@
 // vexlor-render, headless (DISPLAY unset; EGL surfaceless): a small scene of
 // known times drawn to PNG frames and read back, its sound track's onsets,
-// repeatability, --from/--to, an MP4 through ffmpeg, and every refused input.
+// repeatability, --from/--to, shows that start late or pause, an MP4 through
+// ffmpeg, and every refused input.
+#include "audio/clipmix.h"
 #include "firework/loadsave.h"
 #include "firework/openshow.h"
+#include "firework/showrunner.h"
 #include "tests/firework/scenes.h"
 #include "tools/render/renderjob.h"
-#include "tools/render/showscan.h"
 #include "tools/render/soundtrack.h"
 
 #include <gtest/gtest.h>
@@ -231,9 +233,9 @@ TEST_F(Render, SoundOnsetsLandOnTheExactSamplesOfLaunchesAndBursts)
     EXPECT_EQ(info.frames, 12 * 48000) << "as long as the frames";
 
     // Where the burst sound itself first rises above the 16-bit step.
-    vexlor::clip_t clip;
+    sndkit::clip_t clip;
     std::string message;
-    ASSERT_TRUE(vexlor::loadclip(REVERB_WAV, clip, message)) << message;
+    ASSERT_TRUE(sndkit::loadclip(REVERB_WAV, vexlor::k_soundrate, clip, message)) << message;
     std::size_t first = 0;
     while (first < clip.frames() && std::fabs(clip.samples[2 * first]) * 32767.0f < 1.0f) ++first;
     ASSERT_LT(first, clip.frames());
@@ -320,7 +322,7 @@ TEST_F(Render, MusicLandsOnItsExactSampleUnderItsGain)
     }
 }
 
-TEST(ShowScan, SoundsAreThoseTheEvaluationAsksForAtTheirOwnTimes)
+TEST(RenderSpan, SoundsAreThoseItsFramesAskForAtTheirOwnTimes)
 {
     // From 2.5 s: frame 0 asks for A's launch (0 s) and burst (2 s), which
     // keep their own times, so the burst's tail is heard from the first
@@ -330,20 +332,22 @@ TEST(ShowScan, SoundsAreThoseTheEvaluationAsksForAtTheirOwnTimes)
     scene.pop_back();
     scene.push_back(scene.back());
     scene.back().time = 9.0f;
-    const vexlor::showscan_t scan = vexlor::scanshow(scene, 2.5, 7.0, 10.0, 600.0);
-    EXPECT_EQ(scan.frames, 45u);
+    vexlor::showrunner_t runner;
+    runner.load(vexlor::sharescene(std::move(scene)));
+    const vexlor::renderspan_t span = runner.renderspan(2.5, 7.0, 10.0);
+    EXPECT_EQ(span.frames, 45u);
     std::vector<std::pair<double, std::size_t>> heard;
-    for (const auto& event : scan.sounds) heard.emplace_back(event.time, event.firework);
+    const std::vector<vexlor::rendersound_t> sounds = runner.rendersounds(span);
+    for (const auto& sound : sounds) heard.emplace_back(sound.time, sound.shell);
     EXPECT_EQ(heard, (std::vector<std::pair<double, std::size_t>>{{0.0, 0}, {2.0, 0}, {4.0, 1}, {6.0, 1}}));
-    EXPECT_EQ(scan.sounds[1].what, vexlor::sound_t::burst);
-    for (const firework_t& firework : scene) EXPECT_FALSE(firework.launched || firework.exploded);
+    EXPECT_EQ(sounds[1].what, vexlor::sound_t::burst);
 
-    // Without an end: the first frame with nothing left after one with points.
-    std::vector<firework_t> probe = probescene();
-    const vexlor::showscan_t run = vexlor::scanshow(probe, 0.0, -1.0, 10.0, 600.0);
-    EXPECT_TRUE(run.ends);
-    EXPECT_EQ(run.frames, 120u);
-    EXPECT_EQ(run.sounds.size(), 6u) << "two launches and two bursts at 4 and 6 s";
+    // Without an end: every frame up to the last spark's.
+    vexlor::showrunner_t probe;
+    probe.load(vexlor::sharescene(probescene()));
+    const vexlor::renderspan_t all = probe.renderspan(0.0, -1.0, 10.0);
+    EXPECT_EQ(all.frames, 120u);
+    EXPECT_EQ(probe.rendersounds(all).size(), 6u) << "two launches and two bursts at 4 and 6 s";
 }
 
 // The track as make() hands it over, block after block.
@@ -363,7 +367,7 @@ std::vector<float> made(vexlor::soundtrack_t& track, float ceiling = 0.98f)
 
 TEST(Soundtrack, ClipsLandWhereTheyAreToldAndTheLimiterKeepsEveryPeakInside)
 {
-    vexlor::clip_t click;
+    sndkit::clip_t click;
     click.samples = {0.5f, -0.25f, 0.9f, 0.9f, 0.1f, 0.0f};
     // Longer than a block: the clips at the end are mixed in a later one.
     vexlor::soundtrack_t mix(48000);
@@ -381,7 +385,7 @@ TEST(Soundtrack, ClipsLandWhereTheyAreToldAndTheLimiterKeepsEveryPeakInside)
     EXPECT_EQ(std::count_if(s.begin(), s.end(), [](float v) { return v != 0.0f; }), 5 + 3 + 2);
 
     // Forty bursts at once, and one alone much later.
-    vexlor::clip_t burst;
+    sndkit::clip_t burst;
     for (int i = 0; i < 4800; ++i) {
         const float v = 0.8f * std::sin(i * 0.05f) * std::exp(-i / 1000.0f);
         burst.samples.insert(burst.samples.end(), {v, -v});
@@ -402,7 +406,7 @@ TEST(Soundtrack, ClipsLandWhereTheyAreToldAndTheLimiterKeepsEveryPeakInside)
 // wherever the seams fall, and nothing is lost or doubled there.
 TEST(Soundtrack, BlocksJoinWithoutASeam)
 {
-    vexlor::clip_t loud, quiet;
+    sndkit::clip_t loud, quiet;
     loud.samples.assign(2 * 100000, 1.5f);   // 1.5 everywhere: held at 0.98
     quiet.samples.assign(2 * 200000, 0.25f);
     const std::size_t frames = 400000;
@@ -427,7 +431,7 @@ TEST(Soundtrack, BlocksJoinWithoutASeam)
 
     // A peak just past the end of the first block: the gain already falls
     // in the block before, which was handed over first.
-    vexlor::clip_t peak;
+    sndkit::clip_t peak;
     peak.samples.assign(2 * 10, 1.5f);
     vexlor::soundtrack_t onset(100000);
     onset.add(quiet, 0);
@@ -658,17 +662,18 @@ TEST_F(Render, AShowFileRendersAsItsExpandedScene)
     const std::string scenepath = s_dir->path + "/pair.scene";
     ASSERT_TRUE(vexlor::save(scenepath.c_str(), vexlor::expand(show)));
 
-    std::vector<vexlor::firework_t> scene = vexlor::expand(show);
-    const vexlor::showscan_t byshow = vexlor::scanshow(show, 0.0, -1.0, 10.0, 600.0);
-    const vexlor::showscan_t byscene = vexlor::scanshow(scene, 0.0, -1.0, 10.0, 600.0);
-    EXPECT_EQ(byshow.frames, byscene.frames);
-    EXPECT_EQ(byshow.largest, byscene.largest);
-    ASSERT_EQ(byshow.sounds.size(), byscene.sounds.size());
-    ASSERT_EQ(byshow.sounds.size(), 8u) << "a launch and a burst for each of the four shells";
-    for (std::size_t i = 0; i < byshow.sounds.size(); ++i) {
-        EXPECT_EQ(byshow.sounds[i].time, byscene.sounds[i].time) << i;
-        EXPECT_EQ(byshow.sounds[i].what, byscene.sounds[i].what) << i;
-        EXPECT_EQ(byshow.sounds[i].firework, byscene.sounds[i].firework) << i;
+    vexlor::showrunner_t byshow, byscene;
+    byshow.load(show);
+    byscene.load(vexlor::sharescene(vexlor::expand(show)));
+    const vexlor::renderspan_t a = byshow.renderspan(0.0, -1.0, 10.0), b = byscene.renderspan(0.0, -1.0, 10.0);
+    EXPECT_EQ(a.frames, b.frames);
+    const auto sa = byshow.rendersounds(a), sb = byscene.rendersounds(b);
+    ASSERT_EQ(sa.size(), sb.size());
+    ASSERT_EQ(sa.size(), 8u) << "a launch and a burst for each of the four shells";
+    for (std::size_t i = 0; i < sa.size(); ++i) {
+        EXPECT_EQ(sa[i].time, sb[i].time) << i;
+        EXPECT_EQ(sa[i].what, sb[i].what) << i;
+        EXPECT_EQ(sa[i].shell, sb[i].shell) << i;
     }
 
     vexlor::renderoptions_t o = options(s_dir->path + "/byshow/");
@@ -682,4 +687,68 @@ TEST_F(Render, AShowFileRendersAsItsExpandedScene)
     for (const auto& entry : fs::directory_iterator(fs::path(s_dir->path) / "byshow"))
         EXPECT_EQ(bytes(entry.path()), bytes(fs::path(s_dir->path) / "byscene" / entry.path().filename()))
             << entry.path().filename();
+}
+
+// Shells that start late or leave a long dark gap are rendered whole: every
+// frame up to the last spark, the dark ones included, with each sound on its
+// sample.
+TEST_F(Render, ShowsThatStartLateOrPauseRenderWhole)
+{
+    std::vector<firework_t> late = probescene();
+    late.resize(1);
+    late[0].time = 5.0f;
+    std::vector<firework_t> gap = probescene();
+    gap.resize(2);
+    gap[1].time = 30.0f;
+    const struct {
+        const char* name;
+        std::vector<firework_t> scene;
+        std::size_t frames;
+        int dark;  // a frame before the launch, or in the gap
+        int burst; // a frame just after the late burst
+        std::vector<std::size_t> sounds; // onsets in sample frames
+    } cases[] = {
+        {"late", late, 130, 10, 71, {240000, 336000}},            // out at 12.95 s
+        {"gap", gap, 380, 200, 321, {0, 96000, 1440000, 1536000}}, // out at 37.95 s
+    };
+    sndkit::clip_t clip;
+    std::string message;
+    ASSERT_TRUE(sndkit::loadclip(REVERB_WAV, vexlor::k_soundrate, clip, message)) << message;
+    std::size_t first = 0;
+    while (first < clip.frames() && std::fabs(clip.samples[2 * first]) * 32767.0f < 1.0f) ++first;
+    for (const auto& c : cases) {
+        const std::string scene = s_dir->path + "/" + c.name + ".scene";
+        ASSERT_TRUE(vexlor::save(scene.c_str(), c.scene));
+        vexlor::renderoptions_t o = options(s_dir->path + "/" + c.name + "/");
+        o.show = scene;
+        ASSERT_EQ(render(o), 0) << c.name;
+        EXPECT_EQ(files(c.name), c.frames + 1) << c.name << ": frames and sound.wav";
+        EXPECT_EQ(readpng(frame(c.name, c.dark).string()).lit(), 0) << c.name << ": dark before the launch, or in the gap";
+        EXPECT_GT(readpng(frame(c.name, c.burst).string()).lit(), 20) << c.name << ": the star after the burst";
+        SF_INFO info;
+        const std::vector<short> track = readwav(s_dir->path + "/" + c.name + "/sound.wav", info);
+        EXPECT_EQ(info.frames, static_cast<sf_count_t>(c.frames * 4800)) << c.name;
+        std::vector<std::size_t> heard;
+        std::size_t silent = 4800;
+        for (std::size_t i = 0; i < static_cast<std::size_t>(info.frames); ++i) {
+            const bool quiet = track[2 * i] == 0 && track[2 * i + 1] == 0;
+            if (!quiet && silent >= 4800) heard.push_back(i - first);
+            silent = quiet ? silent + 1 : 0;
+        }
+        EXPECT_EQ(heard, c.sounds) << c.name;
+    }
+}
+
+// The sound track lasts as long as the span asked for, however few frames a
+// slow rate gives it.
+TEST_F(Render, TheSoundTrackLastsTheSpanWhateverTheFrameRate)
+{
+    vexlor::renderoptions_t o = options(s_dir->path + "/slow/");
+    o.fps = 0.25;
+    o.to = 10.0;
+    ASSERT_EQ(render(o), 0);
+    EXPECT_EQ(files("slow"), 3u + 1u) << "frames at 0, 4 and 8 s";
+    SF_INFO info;
+    readwav(s_dir->path + "/slow/sound.wav", info);
+    EXPECT_EQ(info.frames, 10 * 48000);
 }

@@ -3,17 +3,16 @@
 // tables are sized before.
 #include "tools/render/renderjob.h"
 
-#include "app/datapath.h"
-#include "firework/evaluate.h"
+#include "firework/openshow.h"
 #include "firework/showfile.h"
+#include "firework/showrunner.h"
 #include "glload/glextloader.h"
 #include "render/frame.h"
 #include "tools/render/eglcontext.h"
 #include "tools/render/framesink.h"
 #include "tools/render/offscreen.h"
-#include "tools/render/showscan.h"
-#include "firework/openshow.h"
 #include "tools/render/soundtrack.h"
+#include "utils/datapath.h"
 
 #include <unistd.h>
 
@@ -117,36 +116,39 @@ int render(const renderoptions_t& options, show_t scene, renderstats_t& stats)
     stats = renderstats_t{};
     std::string message;
 
-    liftlaunchsites(scene);
+    showrunner_t runner;
+    const music_t music = scene.music;
+    runner.load(std::move(scene));
 
     const sinkformat_t format{options.width, options.height, options.fps};
     std::unique_ptr<framesink_t> sink = makesink(options.output, format, message);
     if (!sink) return fail(message);
 
-    // Frames and sounds, before anything is drawn.
-    const showscan_t scan = scanshow(scene, options.from, options.to, options.fps, k_longestrender);
+    // Frames and sounds from the model, before anything is drawn: a span asked
+    // for is rendered even when empty; without one, up to the show's end.
+    const renderspan_t span = runner.renderspan(options.from, options.to, options.fps);
     char from[32];
     std::snprintf(from, sizeof from, "%g", options.from);
-    // A span asked for is rendered even when empty; without one, the show must end.
     const bool bounded = options.to > options.from;
-    if (!bounded && scan.largest == 0) return fail(options.show + ": nothing to draw from " + from + " s on");
-    if (!bounded && !scan.ends)
+    if (!bounded && (!runner.timing().ends() || static_cast<double>(runner.end()) - options.from > k_longestrender))
         return fail(options.show + ": the show runs longer than " + std::to_string(int(k_longestrender)) +
                     " s; choose an end with --to");
-    const std::size_t frames = scan.frames;
+    if (!bounded && span.frames == 0) return fail(options.show + ": nothing to draw from " + from + " s on");
+    const std::size_t frames = span.frames;
     if (outputkind(options.output) == outputkind_t::directory && frames > k_mostframefiles)
         return fail(options.output + ": " + std::to_string(frames) + " frames; a directory holds at most " +
                     std::to_string(k_mostframefiles) + " (choose a lower --fps or a shorter span)");
+    const std::size_t largest =
+        frames == 0 ? 0 : runner.timing().busiest(runner.show(), span.fps, span.from, span.at(frames - 1)).points;
 
-    clip_t burst;
-    const std::string soundpath = finddata("reverb.wav", options.argv0.c_str());
-    if (!loadclip(soundpath, burst, message)) return fail(message);
-    const auto soundframes = static_cast<std::size_t>(std::llround(frames / options.fps * k_soundrate));
-    soundtrack_t track(soundframes);
-    for (const soundevent_t& event : scan.sounds)
-        track.add(burst, std::llround((event.time - options.from) * k_soundrate));
-    if (const music_t& music = scene.music;
-        !music.file.empty() && !track.music(music.file, music.offset, music.gain, options.from, message))
+    sndkit::clip_t burst;
+    const std::string soundpath = basekit::finddata("reverb.wav", options.argv0.c_str());
+    if (!sndkit::loadclip(soundpath, k_soundrate, burst, message)) return fail(message);
+    // As long as the span, whatever its frames: the track ends where the span does.
+    soundtrack_t track(static_cast<std::size_t>(std::llround(span.seconds * k_soundrate)));
+    for (const rendersound_t& sound : runner.rendersounds(span))
+        track.add(burst, std::llround((sound.time - options.from) * k_soundrate));
+    if (!music.file.empty() && !track.music(music.file, music.offset, music.gain, options.from, message))
         return fail(musicproblem(music, message));
     stats.scan = since(start);
     const auto stopped = [&] {
@@ -163,8 +165,8 @@ int render(const renderoptions_t& options, show_t scene, renderstats_t& stats)
     if (!target.Init(options.width, options.height, sink->wantsyuv(), message))
         return fail(options.output + ": " + message);
     frame_t frame;
-    // The scan knows the busiest frame: nothing grows while rendering.
-    frame.Init(scan.largest);
+    // The model knows the busiest frame: nothing grows while rendering.
+    frame.Init(largest);
     frame.Reshape(options.width, options.height);
     if (options.trails) frame.EnterTrail();
 
@@ -176,13 +178,8 @@ int render(const renderoptions_t& options, show_t scene, renderstats_t& stats)
     stats.scan += since(mixing);
     if (!begun) return fail(message);
 
-    evaluator_t evaluator;
-    evaluator.prepare(scene);
-    evaluator.setthreads(threadsfor(scan.largest));
-    evaluator.reserve(scan.largest);
     std::vector<primitive_t> points;
-    points.reserve(scan.largest);
-    const soundfunc_t silent = [](std::size_t, sound_t) {};
+    points.reserve(largest);
     progress_t progress(!options.quiet && isatty(STDERR_FILENO), frames);
 
     const auto handout = [&](const unsigned char* pixels) {
@@ -198,7 +195,7 @@ int render(const renderoptions_t& options, show_t scene, renderstats_t& stats)
     for (std::size_t k = 0; k < frames && ok; ++k) {
         if (g_stop) break;
         auto begin = steady::now();
-        evaluator.evaluate(scene, frametime(options.from, options.fps, k), points, silent);
+        runner.evaluate(span.at(k), points);
         stats.evaluate += since(begin);
 
         begin = steady::now();
@@ -244,7 +241,7 @@ int render(const renderoptions_t& options, show_t scene, renderstats_t& stats)
     }
     stats.seconds = since(start);
 
-    const double length = frames / options.fps;
+    const double length = span.seconds;
     char summary[256];
     std::snprintf(summary, sizeof summary, "%zu %s, %.2f s of show at %dx%d, %g fps, in %.1f s (%.1f fps)",
                   frames, frames == 1 ? "frame" : "frames", length, options.width, options.height, options.fps, stats.seconds,

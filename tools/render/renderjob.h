@@ -1,6 +1,6 @@
-// One headless render from a show to an output: the scan for frames and
-// sounds, the sound track, the frames drawn by the viewer's own frame code
-// into an offscreen framebuffer, read back and handed to the output.
+// One headless render from a show to an output: the show runner's frames
+// and sounds, the sound track, the frames drawn by the viewer's own frame
+// code into an offscreen framebuffer, read back and handed to the output.
 #pragma once
 
 #include "firework/firework.h"
@@ -19,7 +19,7 @@ struct renderoptions_t {
     int height = 1080;
     double fps = 60.0;
     double from = 0.0;
-    double to = -1.0; // below from: until nothing is left to draw
+    double to = -1.0; // below from: until the show's last spark has burnt out
     bool trails = false;
     bool quiet = false;
     std::string argv0; // to find the burst sound as the viewer does
@@ -33,7 +33,7 @@ constexpr double k_longestrender = 3600.0;
 struct renderstats_t {
     std::size_t frames = 0;
     double seconds = 0.0;   // wall clock, all of it
-    double scan = 0.0;      // the evaluation ahead of drawing, and the sound track
+    double scan = 0.0;      // the show's timing ahead of drawing, and the sound track
     double evaluate = 0.0;  // the evaluation while drawing
     double draw = 0.0;      // issuing the frame's GL work
     double readback = 0.0;  // starting the read of a frame, mapping the one before

@@ -1,8 +1,10 @@
 // The render's sound track: stereo 48 kHz, mixed in floating point from
-// clips placed on exact samples and the show's streamed music, kept free of
-// clipping by a limiter, and written as a WAVE file a block at a time.
+// clips placed on exact samples (the same mix as a show's music playing
+// live) and the show's streamed music, kept free of clipping by a limiter,
+// and written as a WAVE file a block at a time.
 #pragma once
 
+#include "audio/clipmix.h"
 #include "audio/musicstream.h"
 
 #include <cstddef>
@@ -16,16 +18,6 @@ namespace vexlor {
 
 constexpr int k_soundrate = 48000;
 
-// A sound at 48 kHz, two channels interleaved.
-struct clip_t {
-    std::vector<float> samples;
-    std::size_t frames() const { return samples.size() / 2; }
-};
-
-// Reads a WAVE file with the project's reader and decoders and brings it to
-// 48 kHz stereo. False with one line "PATH: what is wrong" in `message`.
-bool loadclip(const std::string& path, clip_t& clip, std::string& message);
-
 // The whole track of a render, made a block at a time, so that its memory
 // stays the same however long the render.
 class soundtrack_t {
@@ -36,7 +28,7 @@ public:
     // Adds `clip` times `gain` from sample frame `at` on; a negative `at`
     // leaves only the clip's tail, one past the end nothing. The clip is
     // read when the track is made and must live until then.
-    void add(const clip_t& clip, std::int64_t at, float gain = 1.0f);
+    void add(const sndkit::clip_t& clip, std::int64_t at, float gain = 1.0f);
 
     // Mixes the music track at `path` in, times `gain`, for a track that
     // starts at `from` seconds of show time: the music's first sample,
@@ -61,18 +53,11 @@ public:
     float smallestgain() const { return m_smallest; }
 
 private:
-    struct placed_t {
-        const clip_t* clip;
-        std::int64_t at;
-        float gain;
-    };
     // Adds what sounds in frames [first, first + count) to `into`.
     bool mix(std::int64_t first, std::size_t count, float* into);
 
     std::size_t m_frames = 0;
-    std::vector<placed_t> m_clips;
-    std::size_t m_nextclip = 0;   // the clips before it end before what is being mixed
-    std::int64_t m_longestclip = 0;
+    sndkit::clipmix_t m_clips;
     std::unique_ptr<sndkit::musicstream_t> m_music;
     std::string m_musicpath;
     float m_musicgain = 1.0f;

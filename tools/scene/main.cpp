@@ -9,7 +9,9 @@
 #include "firework/scenecheck.h"
 #include "firework/sceneinfo.h"
 #include "firework/showfile.h"
+#include "firework/showtiming.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <iostream>
 #include <string>
@@ -37,10 +39,11 @@ const char* const helptext =
     "                      files: FILE:LINE: what is wrong), the music file\n"
     "                      included\n"
     "  info FILE           print the counts of fireworks, distinct designs, fires,\n"
-    "                      powders and films, the show's length until nothing is\n"
-    "                      left to draw and the largest number of points in one\n"
-    "                      frame (60 frames a second), and the music's file,\n"
-    "                      length and format; FILE may also name a built-in show\n"
+    "                      powders and films, the show's length (until its last\n"
+    "                      spark has burnt out, gaps included), the largest\n"
+    "                      number of points in one frame (60 frames a second),\n"
+    "                      and the music's file, length and format; FILE may\n"
+    "                      also name a built-in show\n"
     "  expand SHOW SCENE   write SHOW (a show file, scene file or built-in show)\n"
     "                      as the scene file SCENE\n"
     "  --help              print this help\n"
@@ -120,16 +123,20 @@ int info(const std::string& path)
               << "fires: " << counts.fires << '\n'
               << "powders: " << counts.powders << '\n'
               << "films: " << counts.films << '\n';
-    const vexlor::showrun_t run = vexlor::runshow(show);
+    // From the model: when the last spark has burnt out, and the busiest of
+    // the frames up to then.
+    vexlor::showtiming_t timing;
+    timing.analyse(show);
+    const vexlor::busiest_t busiest = timing.busiest(show);
     char line[128];
-    if (run.ends)
-        std::snprintf(line, sizeof line, "length: %.3f s\n", static_cast<double>(run.length));
+    if (!timing.ends())
+        std::snprintf(line, sizeof line, "length: does not end\n");
     else
-        std::snprintf(line, sizeof line, "length: does not end within 3600 s\n");
+        std::snprintf(line, sizeof line, "length: %.3f s\n", std::max(0.0, static_cast<double>(timing.end())));
     std::cout << line;
-    std::snprintf(line, sizeof line, "largest frame: %zu points at %.3f s\n", run.largest,
-                  static_cast<double>(run.largestat));
-    std::cout << line << "sounds: " << run.sounds << '\n';
+    std::snprintf(line, sizeof line, "largest frame: %zu points at %.3f s\n", busiest.points, busiest.at);
+    // Each shell's launch and burst: the frame after the end has asked for all.
+    std::cout << line << "sounds: " << 2 * show.shells.size() << '\n';
     if (!show.music.file.empty()) {
         sndkit::musicinfo_t music;
         std::string message;

@@ -1,7 +1,8 @@
-// The music player through the real engine on SDL's disk driver. The track
+// The show's voice through the real engine on SDL's disk driver. The track
 // is a float ramp (left (i + 1) / N at frame i, right its negative), so each
 // recorded frame tells which track frame was heard, and where a move of the
-// show's clock took the music.
+// show's clock took the music; a burst mixed in adds the same to both sides,
+// so left plus right is the bursts alone.
 
 #include <gtest/gtest.h>
 
@@ -10,7 +11,8 @@
 #include <cstring>
 #include <thread>
 
-#include "audio/musicplayer.h"
+#include "audio/showvoice.h"
+#include "utils/mmtime.h"
 #include "audio/myxaudio2.h"
 #include "audio/xaudio2.h"
 #include "diskrecording.h"
@@ -93,19 +95,20 @@ restart findrestart(const track& t, std::uint64_t from, double gain)
 
 // Pauses and waits until the recording has a stretch of silence, so that a
 // following play starts from silence.
-void silence(sndkit::musicplayer_t& music, double showtime, unsigned rate)
+void silence(sndkit::showvoice_t& music, double showtime, unsigned rate)
 {
     music.pause(showtime);
     ASSERT_TRUE(reach(frames() + rate / 4));
 }
 
-TEST(MusicPlayer, PlaysFromTheShowTimesExactSampleUnderItsGain)
+TEST(ShowVoice, PlaysFromTheShowTimesExactSampleUnderItsGain)
 {
     const track t;
-    sndkit::musicplayer_t music;
+    sndkit::showvoice_t music;
     std::string message;
     ASSERT_TRUE(music.Init(sndkit::xaudio2_t::engine(), t.path.c_str(), 0.5, 0.5, message)) << message;
     ASSERT_TRUE(music.active());
+    EXPECT_EQ(static_cast<unsigned>(music.rate()), t.rate) << "the device's own rate";
 
     // Show time 1.75 with the track starting at 0.5: track second 1.25.
     const std::uint64_t from = frames();
@@ -117,23 +120,23 @@ TEST(MusicPlayer, PlaysFromTheShowTimesExactSampleUnderItsGain)
     music.Destroy();
 }
 
-TEST(MusicPlayer, PauseSilencesAndResumePlaysFromTheShowTime)
+TEST(ShowVoice, PauseSilencesAndResumePlaysFromTheShowTime)
 {
     const track t;
-    sndkit::musicplayer_t music;
+    sndkit::showvoice_t music;
     std::string message;
     ASSERT_TRUE(music.Init(sndkit::xaudio2_t::engine(), t.path.c_str(), 0.0, 1.0, message)) << message;
     music.play(0.0);
     ASSERT_TRUE(reach(frames() + t.rate / 4));
     music.pause(0.4);
-    // What was mixed before the pause may still be on its way out.
+    // What was queued before the pause may still be on its way out.
     ASSERT_TRUE(reach(frames() + t.rate / 4));
     const std::uint64_t paused = frames();
     ASSERT_TRUE(reach(paused + t.rate / 4));
     for (float sample : leftfrom(paused))
         ASSERT_EQ(sample, 0.0f) << "music heard while paused";
 
-    // Seeks while paused are only remembered; the resume decides.
+    // Moves while paused are only remembered; the resume decides.
     music.pause(3.0);
     const std::uint64_t from = frames();
     music.play(2.0);
@@ -143,10 +146,10 @@ TEST(MusicPlayer, PauseSilencesAndResumePlaysFromTheShowTime)
     EXPECT_GT(heard.steady, t.rate / 4);
 }
 
-TEST(MusicPlayer, SilentBeforeTheOffsetThenFromTheFirstSampleAndAfterTheEnd)
+TEST(ShowVoice, SilentBeforeTheOffsetThenFromTheFirstSampleAndAfterTheEnd)
 {
     const track t;
-    sndkit::musicplayer_t music;
+    sndkit::showvoice_t music;
     std::string message;
     ASSERT_TRUE(music.Init(sndkit::xaudio2_t::engine(), t.path.c_str(), 0.25, 1.0, message)) << message;
     silence(music, 0.0, t.rate);
@@ -155,6 +158,9 @@ TEST(MusicPlayer, SilentBeforeTheOffsetThenFromTheFirstSampleAndAfterTheEnd)
     ASSERT_TRUE(reach(from + t.rate));
     const restart heard = findrestart(t, from, 1.0);
     EXPECT_EQ(heard.frame, 0) << "the track did not begin with its first sample";
+    // A quarter second of silence before it, played by the same voice: the
+    // offset is exact in the recording.
+    EXPECT_GE(heard.at - static_cast<long long>(from), static_cast<long long>(t.rate / 4));
 
     // Half a second before the end: the last sample, then silence.
     const std::uint64_t before = frames();
@@ -170,25 +176,91 @@ TEST(MusicPlayer, SilentBeforeTheOffsetThenFromTheFirstSampleAndAfterTheEnd)
     EXPECT_GT(left.size() - static_cast<std::size_t>(last), t.rate / 4u) << "not silent after the end";
 }
 
+// A burst at show time 1.0 and one at 1.5, with the music's first sample at
+// 0.5: in the recording each burst begins on the very frame that carries the
+// music's frame (1.0 - 0.5) and (1.5 - 0.5) seconds in.
+TEST(ShowVoice, BurstsLandOnTheirExactSamplesOfTheMusic)
+{
+    const track t;
+    sndkit::clip_t click;
+    click.samples.assign(2 * 64, 0.125f);
+    sndkit::showvoice_t music;
+    std::string message;
+    ASSERT_TRUE(music.Init(sndkit::xaudio2_t::engine(), t.path.c_str(), 0.5, 1.0, message)) << message;
+    music.setsounds(&click, {1.0, 1.5});
+    silence(music, 0.75, t.rate);
+    const std::uint64_t from = frames();
+    music.play(0.75);
+    ASSERT_TRUE(reach(from + t.rate));
+    std::ifstream in(diskrecording::g_path, std::ios::binary);
+    in.seekg(static_cast<std::streamoff>(from * 8));
+    std::vector<std::pair<float, float>> recorded;
+    float s[2];
+    while (in.read(reinterpret_cast<char*>(s), sizeof s))
+        recorded.emplace_back(s[0], s[1]);
+    std::vector<long long> onsets;
+    for (std::size_t i = 0; i < recorded.size(); ++i) {
+        const bool loud = std::fabs(recorded[i].first + recorded[i].second) > 0.2f;
+        const bool before = i > 0 && std::fabs(recorded[i - 1].first + recorded[i - 1].second) > 0.2f;
+        if (loud && !before) {
+            // The music under it: left less the click, read as a track frame.
+            onsets.push_back(t.frameof(recorded[i].first - 0.125f, 1.0));
+        }
+    }
+    EXPECT_EQ(onsets, (std::vector<long long>{std::llround(0.5 * t.rate), std::llround(1.0 * t.rate)}));
+}
+
+// The clock is the device's: over a few seconds it advances as the recording
+// does (the disk driver's own pace, not the wall clock's), never goes back,
+// and holds at a move's time until the device reaches it.
+TEST(ShowVoice, TheClockRunsWithTheFramesTheDevicePlays)
+{
+    const track t;
+    sndkit::showvoice_t music;
+    std::string message;
+    ASSERT_TRUE(music.Init(sndkit::xaudio2_t::engine(), t.path.c_str(), 0.0, 1.0, message)) << message;
+    music.play(1.0);
+    double first = 0.0, last = 0.0, previous = -1.0;
+    ASSERT_TRUE(music.clock(basekit::monotonicmicros(), first));
+    EXPECT_GE(first, 1.0);
+    EXPECT_LT(first, 1.2);
+    // Once the fit has a second of reports, against the recording's growth.
+    std::this_thread::sleep_for(std::chrono::seconds(1));
+    ASSERT_TRUE(music.clock(basekit::monotonicmicros(), first));
+    const std::uint64_t start = frames();
+    for (int i = 0; i < 400; ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        double now = 0.0;
+        ASSERT_TRUE(music.clock(basekit::monotonicmicros(), now));
+        EXPECT_GE(now, previous) << i;
+        previous = now;
+    }
+    ASSERT_TRUE(music.clock(basekit::monotonicmicros(), last));
+    const double recorded = static_cast<double>(frames() - start) / t.rate;
+    // Each end is known to a buffer of the driver, some tens of milliseconds.
+    EXPECT_NEAR((last - first) / recorded, 1.0, 0.025) << last - first << " s heard, " << recorded << " s recorded";
+    std::cerr << "device clock: " << music.devicerate() << " frames a second\n";
+}
+
 // The show's clock moved from this thread while the feeder fills the voice
 // and the engine plays it: nothing is lost or stuck, and the feeder ends.
-TEST(MusicPlayer, ManyMovesFromTheShowsThreadLeaveItPlayingInPlace)
+TEST(ShowVoice, ManyMovesFromTheShowsThreadLeaveItPlayingInPlace)
 {
     const auto threads = [] { return std::distance(std::filesystem::directory_iterator("/proc/self/task"), {}); };
     const long before = threads();
     const track t;
     {
-        sndkit::musicplayer_t music;
+        sndkit::showvoice_t music;
         std::string message;
         ASSERT_TRUE(music.Init(sndkit::xaudio2_t::engine(), t.path.c_str(), 0.0, 1.0, message)) << message;
         double showtime = 0.0;
         for (int i = 0; i < 300; ++i) {
             showtime = std::fmod(showtime + 0.37, k_seconds);
+            double heard = 0.0;
             switch (i % 4) {
             case 0: music.play(showtime); break;
-            case 1: music.sync(showtime); break;
             case 2: music.pause(showtime); break;
-            default: music.sync(showtime); break;
+            default: music.clock(basekit::monotonicmicros(), heard); break;
             }
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
         }

@@ -1,12 +1,12 @@
 // Data-file lookup for people who start the program from anywhere.
-#include "app/datapath.h"
+#include "utils/datapath.h"
 
 #include "utils/futil.h"
 
 #include <filesystem>
 #include <system_error>
 
-namespace vexlor {
+namespace basekit {
 namespace {
 
 bool isfile(const std::filesystem::path& path)
@@ -20,7 +20,7 @@ std::filesystem::path executabledir(const char* argv0)
     std::error_code ec;
     const auto self = std::filesystem::read_symlink("/proc/self/exe", ec);
     if (!ec) return self.parent_path();
-    return argv0 ? basekit::dirname(std::string(argv0)) : std::string();
+    return argv0 ? dirname(std::string(argv0)) : std::string();
 }
 
 } // namespace
@@ -39,4 +39,4 @@ std::string finddata(const std::string& name, const char* argv0)
     return name;
 }
 
-} // namespace vexlor
+} // namespace basekit
