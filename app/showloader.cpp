@@ -6,7 +6,6 @@
 
 #include <malloc.h>
 
-#include <chrono>
 
 namespace vexlor {
 
@@ -15,7 +14,6 @@ void showloader_t::start(const std::string& arg)
     Destroy();
     m_cancel = false;
     m_done = m_total = 0;
-    m_ended = false;
     m_state = state_t::loading;
     m_thread = std::thread(&showloader_t::run, this, arg);
 }
@@ -39,7 +37,6 @@ void showloader_t::run(std::string arg)
         m_message = std::move(message);
     }
     m_state = opened ? state_t::done : state_t::failed;
-    m_ended = true;
 }
 
 double showloader_t::fraction() const
@@ -64,16 +61,6 @@ std::string showloader_t::message() const
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     return m_message;
-}
-
-bool showloader_t::settle(double seconds) const
-{
-    const auto until = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
-    while (!m_ended.load()) {
-        if (std::chrono::steady_clock::now() >= until) return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-    return true;
 }
 
 void showloader_t::Destroy()

@@ -34,9 +34,7 @@ public:
     std::string message() const;
     // Asks the read to stop at its next progress report; does not wait.
     void cancel() { m_cancel = true; }
-    // Waits at most `seconds` for the worker to end; true when it has.
-    bool settle(double seconds) const;
-    // Cancels and waits for the worker.
+    // Cancels and waits for the worker, which sees the cancel within a block.
     void Destroy();
 
 private:
@@ -45,7 +43,6 @@ private:
     std::thread m_thread;
     std::atomic<state_t> m_state{state_t::idle};
     std::atomic<bool> m_cancel{false};
-    std::atomic<bool> m_ended{true};
     std::atomic<std::uint64_t> m_done{0};
     std::atomic<std::uint64_t> m_total{0};
     mutable std::mutex m_mutex; // guards m_show and m_message

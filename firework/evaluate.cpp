@@ -135,17 +135,6 @@ std::size_t primitivecount(const std::vector<firework_t>& scene)
     return count;
 }
 
-std::size_t pointcapacity(const std::vector<firework_t>& scene)
-{
-    std::size_t count = 0;
-    for (const firework_t& firework : scene) {
-        std::size_t stages = 0;
-        for (const fire_t& fire : firework.fires) stages += fire.powders.size();
-        count += std::max<std::size_t>(stages, 1);
-    }
-    return count;
-}
-
 namespace {
 
 // What the evaluation reads of a scene: each firework holds its own stars.
@@ -181,17 +170,6 @@ void evaluator_t::addlimits(const std::vector<fire_t>& fires)
         limits.burnout = std::max(limits.burnout, m_stars.back().burnout);
     }
     m_limits.push_back(limits);
-}
-
-std::size_t pointcapacity(const show_t& show)
-{
-    std::vector<std::size_t> stages(show.designs.size(), 0);
-    for (std::size_t i = 0; i < show.designs.size(); ++i)
-        for (const fire_t& fire : show.designs[i]) stages[i] += fire.powders.size();
-    std::size_t count = 0;
-    for (std::size_t design : show.design)
-        count += std::max<std::size_t>(stages[design], 1);
-    return count;
 }
 
 void evaluator_t::prepare(const std::vector<firework_t>& scene)

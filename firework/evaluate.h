@@ -24,12 +24,6 @@ using soundfunc_t = std::function<void(std::size_t firework, sound_t what)>;
 // The number of points to reserve: every powder of every star of every shell.
 std::size_t primitivecount(const std::vector<firework_t>& scene);
 
-// The most points one frame can give: one for a rising shell, at most one per
-// stage after its burst. Unlike primitivecount it holds for shells without
-// stages too, so the viewer sizes its buffers by it.
-std::size_t pointcapacity(const std::vector<firework_t>& scene);
-std::size_t pointcapacity(const show_t& show);
-
 // How many threads should share frames of up to `points` points: one for
 // small shows, where starting the workers costs more than it saves, else
 // every online processor.

@@ -3,6 +3,7 @@
 
 #include "firework/builtin.h"
 #include "firework/showfile.h"
+#include "firework/showtiming.h"
 
 #include <filesystem>
 #include <vector>
@@ -30,7 +31,12 @@ bool openshow(const std::string& arg, show_t& show, std::string& message, const 
         std::vector<firework_t> scene;
         if (!readscenefile(arg.c_str(), scene, message, progress))
             return false;
-        show = sharescene(std::move(scene));
+        show_t read = sharescene(std::move(scene));
+        if (std::string why; !drawable(read, why)) {
+            message = arg + ": " + why;
+            return false;
+        }
+        show = std::move(read);
         return true;
     }
     std::vector<std::string> problems;

@@ -16,6 +16,7 @@
 
 #include "firework/builtin.h"
 #include "firework/sample.h"
+#include "firework/showtiming.h"
 
 #include <algorithm>
 #include <cctype>
@@ -154,6 +155,13 @@ public:
         }
         build(entries, show);
         show.music = std::move(music);
+        // Refused before anything plays it: a frame that cannot be drawn in
+        // bounded memory, known from the designs and launch times.
+        if (std::string why; !drawable(show, why)) {
+            m_problems.push_back(m_path + ": " + why);
+            show = {};
+            return false;
+        }
         return true;
     }
 

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <cstring>
 #include <limits>
 #include <unordered_map>
@@ -454,6 +455,20 @@ std::vector<double> soundtimes(const show_t& show)
     }
     std::sort(times.begin(), times.end());
     return times;
+}
+
+bool drawable(const show_t& show, std::string& problem)
+{
+    showtiming_t timing;
+    timing.analyse(show);
+    const busiest_t busiest = timing.busiest(show);
+    if (busiest.points <= maxframepoints)
+        return true;
+    char line[160];
+    std::snprintf(line, sizeof line, "its busiest frame (at %.3f s) holds %zu points, more than the %zu one frame can draw",
+                  busiest.at, busiest.points, maxframepoints);
+    problem = line;
+    return false;
 }
 
 } // namespace vexlor

@@ -10,9 +10,16 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <vector>
 
 namespace vexlor {
+
+// The most points one frame may hold. Each point takes 32 bytes in the point
+// list, in each thread's share of it and in the GL buffer: 2^22 points are
+// 128 MB in each, far more than a window draws at its frame rate (the
+// gallery's 1000-shell show peaks at 153,800).
+inline constexpr std::size_t maxframepoints = std::size_t{1} << 22;
 
 // One shell on a timeline, in show seconds. `out` is the last instant at
 // which the shell gives a point (its launch when it never does; infinity when
@@ -78,5 +85,10 @@ private:
 // The launch and burst times of every shell, in order of time: the instants
 // at which the evaluation asks for a sound, for those who mix the sound ahead.
 std::vector<double> soundtimes(const show_t& show);
+
+// Whether every frame of the show can be drawn in bounded memory: its
+// busiest frame at 60 a second holds at most maxframepoints. When not, what
+// is too much, as the end of a line that names the file, in `problem`.
+bool drawable(const show_t& show, std::string& problem);
 
 } // namespace vexlor

@@ -87,7 +87,7 @@ TEST(ShowLoader, ACancelEndsALargeReadEarly)
     loader.start(path);
     loader.cancel();
     const auto asked = std::chrono::steady_clock::now();
-    ASSERT_TRUE(loader.settle(5.0));
+    loader.Destroy(); // as the viewer's end waits for it
     const double took = std::chrono::duration<double>(std::chrono::steady_clock::now() - asked).count();
     EXPECT_EQ(loader.state(), state_t::failed);
     EXPECT_EQ(loader.message(), path + ": cancelled");
