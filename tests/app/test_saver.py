@@ -242,6 +242,26 @@ class Saver(unittest.TestCase):
                     self.assertAlmostEqual(got, want, delta=0.25, msg=f"sounds at {relative}")
                 ends_promptly(self, p, signal.SIGTERM)
 
+    def test_a_show_that_starts_late_and_pauses_plays_whole(self):
+        # Its first shell at 5 s, the second 30 s later, each over 12.25 s
+        # after its launch: both play, and nothing starts again in the dark.
+        with tempfile.TemporaryDirectory() as tmp:
+            show = os.path.join(tmp, "paused.vexlor.toml")
+            with open(show, "w") as f:
+                f.write('[[shell]]\nkind = "susuki"\ntime = 5\n\n'
+                        '[[shell]]\nkind = "susuki"\ntime = 35\nposition = [30, 0, 0]\n')
+            with Program(BIN, ["--root", "--show", show, "--sound"]) as p:
+                start = wait_sound(p, timeout=25)
+                self.assertIsNotNone(start, p.stderr())
+                sleep_until(start + 33.5)
+                self.assertGreater(p.screenshot().count_brighter(BRIGHT), 200, "the second shell did not burst")
+                onsets = p.recording.onsets()
+                relative = [round(t - onsets[0], 2) for t in onsets]
+                self.assertEqual(len(relative), 4, f"sounds at {relative}")
+                for got, want in zip(relative, [0.0, 2.0, 30.0, 32.0]):
+                    self.assertAlmostEqual(got, want, delta=0.25, msg=f"sounds at {relative}")
+                ends_promptly(self, p, signal.SIGTERM)
+
     def test_bad_windows_displays_and_options(self):
         def run(args, env):
             r = subprocess.run([BIN, *args], env=env, capture_output=True, text=True, timeout=10)

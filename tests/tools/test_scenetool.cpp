@@ -108,6 +108,27 @@ TEST(SceneTool, ShowFilesCheckedDescribedAndExpanded)
     EXPECT_EQ(run(dir, "expand " + show).status, 2);
 }
 
+// A show that starts late, or pauses between its shells, lasts until its last
+// spark: info's length, busiest frame and sounds count every shell. The
+// thousand-shell gallery show is told from its designs, not played.
+TEST(SceneTool, InfoOnShowsThatStartLateOrPause)
+{
+    tempdir dir;
+    const std::string late = dir.write("late.toml", "[[shell]]\nkind = \"single\"\ntime = 1.0\n");
+    const std::string gap = dir.write("gap.toml", "[[shell]]\nkind = \"simple\"\ntime = 0\n\n"
+                                                   "[[shell]]\nkind = \"simple\"\ntime = 30\n");
+    const result_t a = run(dir, "info " + late), b = run(dir, "info " + gap);
+    EXPECT_EQ(a.status, 0);
+    EXPECT_NE(a.out.find("length: 23.000 s\nlargest frame: 464 points at 3.017 s\nsounds: 2\n"), std::string::npos)
+        << a.out;
+    EXPECT_EQ(b.status, 0);
+    EXPECT_NE(b.out.find("length: 52.000 s\nlargest frame: 176 points at 2.017 s\nsounds: 4\n"), std::string::npos)
+        << b.out;
+    const result_t thousand = run(dir, std::string("info ") + SHOWS + "/thousand.vexlor.toml");
+    EXPECT_NE(thousand.out.find("length: 71.850 s\nlargest frame: 153800 points at "), std::string::npos)
+        << thousand.out;
+}
+
 // A show's music: check opens it and names the show file's line and the
 // track when it cannot be played; info tells its length and format.
 TEST(SceneTool, MusicCheckedAndDescribed)
