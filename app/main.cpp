@@ -40,8 +40,10 @@ int main(int argc, char** argv)
     vexlor::viewstate_t state;
     vexlor::ViewWindow view(argc, argv, state);
     if (!winkit::glfwyMGR4::instance()->addWindow(&view, "vexlor")) {
-        // The window said why it could not start.
+        // The window said why it could not start. Its context had loaded
+        // the GL driver, which must stay for a sanitizer's leak check.
         if (winkit::glfwyMGR4::instance()->initfailed()) {
+            glload::keepdriverloaded();
             glfwTerminate();
             return 1;
         }

@@ -59,7 +59,7 @@ std::vector<firework_t> expand(const show_t& show);
 firework_t expandshell(const show_t& show, std::size_t shell);
 
 // Every launch site lifted to where the drawing camera looks: done once, by
-// whoever draws (viewer, screensaver, renderer), before the first frame.
+// the show runner that every drawing program uses, before the first frame.
 void liftlaunchsites(show_t& show);
 
 // Bytes held by the show's vectors (capacities), for measurements.

@@ -5,13 +5,16 @@
 // VEXLOR_BENCH_SCENE=FILE adds that file (bench/app's makefinale writes the
 // 100-shell finale) to the memory benchmark. Then the show files of
 // the gallery: reading, building and preparing them, their memory and their
-// busiest frames on one and two threads.
+// busiest frames on one and two threads; and what `vexlor-scene info` works
+// out from the model: a show's end and busiest frame, for the gallery's
+// 1000-shell show and for a hundred thousand susuki shells.
 #include "firework/evaluate.h"
 #include "firework/loadsave.h"
 #include "firework/sample.h"
 #include "firework/scenecheck.h"
 #include "firework/scenereader.h"
 #include "firework/showfile.h"
+#include "firework/showtiming.h"
 #include "tests/firework/reference.h"
 
 #include <benchmark/benchmark.h>
@@ -331,6 +334,40 @@ BENCHMARK(BM_FinaleShowFrame)->Args({14000, 1})->Args({30000, 1})->Args({30000, 
 BENCHMARK(BM_ThousandShowFrame)
     ->Args({21900, 1})->Args({21900, 2})->Args({40000, 1})->Args({40000, 2})
     ->Unit(benchmark::kMillisecond)->UseRealTime();
+
+// The show's timing from its designs and launch times: its end, and its
+// busiest frame at 60 frames a second (vexlor-scene info's figures, and the
+// size refusal's).
+void timing(benchmark::State& state, const show_t& show)
+{
+    busiest_t busiest;
+    float end = 0.0f;
+    for (auto _ : state) {
+        showtiming_t timing;
+        timing.analyse(show);
+        busiest = timing.busiest(show);
+        end = timing.end();
+    }
+    state.counters["end_s"] = static_cast<double>(end);
+    state.counters["points"] = static_cast<double>(busiest.points);
+}
+
+void BM_ThousandShowTiming(benchmark::State& state) { timing(state, readshow("thousand.vexlor.toml")); }
+// The size refusal's worst case: 100000 susuki shells, at once (arg 0) or a
+// tenth of a second apart (arg 100).
+void BM_HundredThousandShellsTiming(benchmark::State& state)
+{
+    std::vector<firework_t> one;
+    makesusuki(one);
+    show_t show = sharescene(std::move(one));
+    show.shells.resize(100000, show.shells.front());
+    show.design.resize(100000, 0);
+    for (std::size_t i = 0; i < show.shells.size(); ++i)
+        show.shells[i].time = static_cast<float>(i) * static_cast<float>(state.range(0)) / 1000.0f;
+    timing(state, show);
+}
+BENCHMARK(BM_ThousandShowTiming)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_HundredThousandShellsTiming)->Arg(0)->Arg(100)->Unit(benchmark::kMillisecond);
 
 } // namespace
 
