@@ -110,6 +110,13 @@ struct span_t {
     double stop;
 };
 
+std::uint64_t bitsof(double x)
+{
+    std::uint64_t bits;
+    std::memcpy(&bits, &x, sizeof bits);
+    return bits;
+}
+
 // When each stage of a star shows, seconds after the burst. Delays that never
 // fall (ignoring carriers) ignite their stages in order, each the sum of the
 // delays so far after the burst: exact. Otherwise a later stage may ignite
@@ -210,12 +217,7 @@ void showtiming_t::analyse(const show_t& show)
             runs.clear();
             starruns(*fire, runs, endless);
             for (const span_t& run : runs) {
-                    const auto bits = [](double x) {
-                    std::uint64_t b;
-                    std::memcpy(&b, &x, sizeof b);
-                    return b;
-                };
-                const std::uint64_t key = bits(run.start) * 0x9e3779b97f4a7c15ull ^ bits(run.stop);
+                const std::uint64_t key = bitsof(run.start) * 0x9e3779b97f4a7c15ull ^ bitsof(run.stop);
                 const auto it = merged.find(key);
                 if (it != merged.end() && design.runs[it->second].start == run.start
                     && design.runs[it->second].stop == run.stop) {

@@ -164,6 +164,10 @@ class Music(unittest.TestCase):
             p.key("Right")
             time.sleep(1.0)
             heard = Heard(p.recording)
+            # q ends the program through its main loop: the music's thread
+            # is joined on the way out, and the status is still 1.
+            p.key("q")
+            self.assertEqual(p.wait(10), 1)
             self.assertEqual(own(p.stderr()), "")
 
         runs = heard.runs(int(0.3 * 48000))
