@@ -13,6 +13,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <cstring>
 #include <random>
 
@@ -114,6 +115,10 @@ TEST(Show, SharedDesignsExpandToTheSceneAndMemoryStaysFlat)
     const std::vector<firework_t> simples(original.end() - 4, original.end());
     ASSERT_TRUE(save(mine.c_str(), sharescene(std::vector<firework_t>(simples))) && save(theirs.c_str(), simples));
     EXPECT_EQ(tempdir::read(mine), tempdir::read(theirs));
+    // And fails, errno telling why, on a full disk.
+    errno = 0;
+    EXPECT_FALSE(save("/dev/full", sharescene(std::vector<firework_t>(simples))));
+    EXPECT_EQ(errno, ENOSPC);
 }
 
 TEST(Show, EvaluatesExactlyAsItsExpansionOnAnyNumberOfThreads)

@@ -70,6 +70,25 @@ TEST(SceneTool, MakeCheckInfoHelpAndUsage)
     EXPECT_EQ(checked.err, broken + ":3: expected the launch position as pos3(x, y, z), found \"1, 2, 3\"\n");
 }
 
+// Whatever is written must arrive: a full disk ends make, expand and info
+// with one line and status 1.
+TEST(SceneTool, AFullDiskIsAFailure)
+{
+    tempdir dir;
+    const std::pair<std::string, std::string> cases[] = {
+        {"make susuki /dev/full", "/dev/full: cannot write the file (No space left on device)\n"},
+        {"expand random /dev/full", "/dev/full: cannot write the file (No space left on device)\n"},
+        {"info single >/dev/full", "vexlor-scene: cannot write to standard output (No space left on device)\n"},
+        {"--help >/dev/full", "vexlor-scene: cannot write to standard output (No space left on device)\n"},
+    };
+    for (const auto& [arguments, says] : cases) {
+        const std::string err = dir.path + "/stderr";
+        const int raw = std::system((std::string(SCENETOOL) + " " + arguments + " 2>" + err).c_str());
+        EXPECT_TRUE(WIFEXITED(raw) && WEXITSTATUS(raw) == 1) << arguments;
+        EXPECT_EQ(tempdir::read(err), says) << arguments;
+    }
+}
+
 TEST(SceneTool, ShowFilesCheckedDescribedAndExpanded)
 {
     tempdir dir;
