@@ -8,6 +8,7 @@
 #include "firework/showfile.h"
 #include "glload/glextloader.h"
 #include "render/frame.h"
+#include "render/pgmshdr.h"
 #include "tools/render/eglcontext.h"
 #include "tools/render/framesink.h"
 #include "tools/render/offscreen.h"
@@ -165,6 +166,8 @@ int render(const renderoptions_t& options, show_t scene, renderstats_t& stats)
     frame_t frame;
     // The scan knows the busiest frame: nothing grows while rendering.
     frame.Init(scan.largest);
+    // The driver's log is out already; without shaders every frame would be grey.
+    if (shaderfailed()) return fail("the shaders did not build; nothing was written");
     frame.Reshape(options.width, options.height);
     if (options.trails) frame.EnterTrail();
 
