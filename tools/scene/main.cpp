@@ -80,12 +80,12 @@ int make(const std::string& name, const char* path)
 int check(const char* path)
 {
     vexlor::fileformat_t format;
-    if (!vexlor::sniffformat(path, format)) {
-        std::cerr << path << ": cannot read the file" << std::endl;
+    std::string message;
+    if (!vexlor::sniffformat(path, format, message)) {
+        std::cerr << message << std::endl;
         return 1;
     }
     if (format == vexlor::fileformat_t::scene) {
-        std::string message;
         if (!vexlor::check(path, message)) {
             std::cerr << message << std::endl;
             return 1;
@@ -103,7 +103,6 @@ int check(const char* path)
     // The viewer would play the show without its music: a mistake all the same.
     if (!show.music.file.empty()) {
         sndkit::musicinfo_t music;
-        std::string message;
         if (!sndkit::probemusic(show.music.file.c_str(), music, message)) {
             std::cerr << vexlor::musicproblem(show.music, message) << std::endl;
             return 1;
