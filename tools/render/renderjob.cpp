@@ -100,7 +100,12 @@ int render(const renderoptions_t& options, renderstats_t& stats)
     show_t show;
     std::string message;
     // A scene file's problem is told as the checker words it: FILE:LINE: what.
-    if (!openshow(options.show, show, message)) {
+    // A signal cancels the read of a large file within a chunk.
+    if (!openshow(options.show, show, message, [](std::uint64_t, std::uint64_t) { return g_stop == 0; })) {
+        if (g_stop) {
+            std::cerr << k_program << ": stopped; " << options.output << " was not written" << std::endl;
+            return k_stopped;
+        }
         std::cerr << message << std::endl;
         return 1;
     }
@@ -124,8 +129,16 @@ int render(const renderoptions_t& options, show_t scene, renderstats_t& stats)
     std::unique_ptr<framesink_t> sink = makesink(options.output, format, message);
     if (!sink) return fail(message);
 
+    const auto stopped = [&] {
+        sink->abandon();
+        std::cerr << k_program << ": stopped; " << options.output << " was not written" << std::endl;
+        return k_stopped;
+    };
+    const auto stopping = [] { return g_stop != 0; };
+
     // Frames and sounds, before anything is drawn.
-    const showscan_t scan = scanshow(scene, options.from, options.to, options.fps, k_longestrender);
+    const showscan_t scan = scanshow(scene, options.from, options.to, options.fps, k_longestrender, stopping);
+    if (g_stop) return stopped();
     char from[32];
     std::snprintf(from, sizeof from, "%g", options.from);
     // A span asked for is rendered even when empty; without one, the show must end.
@@ -144,17 +157,13 @@ int render(const renderoptions_t& options, show_t scene, renderstats_t& stats)
     if (!loadclip(soundpath, burst, message)) return fail(message);
     const auto soundframes = static_cast<std::size_t>(std::llround(frames / options.fps * k_soundrate));
     soundtrack_t track(soundframes);
+    track.stopwhen(stopping);
     for (const soundevent_t& event : scan.sounds)
         track.add(burst, std::llround((event.time - options.from) * k_soundrate));
     if (const music_t& music = scene.music;
         !music.file.empty() && !track.music(music.file, music.offset, music.gain, options.from, message))
         return fail(musicproblem(music, message));
     stats.scan = since(start);
-    const auto stopped = [&] {
-        sink->abandon();
-        std::cerr << k_program << ": stopped; " << options.output << " was not written" << std::endl;
-        return k_stopped;
-    };
     if (g_stop) return stopped();
 
     eglcontext_t context;
@@ -177,6 +186,7 @@ int render(const renderoptions_t& options, show_t scene, renderstats_t& stats)
         return track.write(path, problem);
     }, message);
     stats.scan += since(mixing);
+    if (g_stop) return stopped();
     if (!begun) return fail(message);
 
     evaluator_t evaluator;
@@ -241,6 +251,7 @@ int render(const renderoptions_t& options, show_t scene, renderstats_t& stats)
         ok = sink->finish(message);
         stats.encode += since(begin);
     }
+    if (g_stop) return stopped(); // while ffmpeg was finishing
     if (!ok) {
         sink->abandon();
         return fail(message);

@@ -21,7 +21,7 @@ std::vector<firework_t>& shellsof(show_t& show)
 }
 
 template <typename Source>
-showscan_t scanany(Source& scene, double from, double to, double fps, double limit)
+showscan_t scanany(Source& scene, double from, double to, double fps, double limit, const stopfunc_t& stop)
 {
     showscan_t scan;
     evaluator_t evaluator;
@@ -44,6 +44,7 @@ showscan_t scanany(Source& scene, double from, double to, double fps, double lim
     const auto count = static_cast<std::size_t>(std::max(0.0, std::ceil((end - from) * fps - 1e-9)));
     bool drawn = false;
     for (std::size_t k = 0; k < count; ++k) {
+        if (stop && stop()) break;
         evaluator.evaluate(scene, frametime(from, fps, k), points, onsound);
         if (points.size() > scan.largest) scan.largest = points.size();
         if (!bounded && points.empty() && drawn) {
@@ -60,14 +61,15 @@ showscan_t scanany(Source& scene, double from, double to, double fps, double lim
 
 } // namespace
 
-showscan_t scanshow(std::vector<firework_t>& scene, double from, double to, double fps, double limit)
+showscan_t scanshow(std::vector<firework_t>& scene, double from, double to, double fps, double limit,
+                    const stopfunc_t& stop)
 {
-    return scanany(scene, from, to, fps, limit);
+    return scanany(scene, from, to, fps, limit, stop);
 }
 
-showscan_t scanshow(show_t& show, double from, double to, double fps, double limit)
+showscan_t scanshow(show_t& show, double from, double to, double fps, double limit, const stopfunc_t& stop)
 {
-    return scanany(show, from, to, fps, limit);
+    return scanany(show, from, to, fps, limit, stop);
 }
 
 } // namespace vexlor

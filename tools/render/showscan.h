@@ -8,6 +8,7 @@
 #include "firework/show.h"
 
 #include <cstddef>
+#include <functional>
 #include <vector>
 
 namespace vexlor {
@@ -35,10 +36,13 @@ struct showscan_t {
 // `to`. With `to` < 0: until the first frame without points that follows one
 // with points (where the viewer restarts), but at most `limit` seconds.
 // Every launch and burst the evaluation asks for is listed with its own time;
-// the sound flags are cleared afterwards, as after a restart.
+// the sound flags are cleared afterwards, as after a restart. `stop`, when
+// given, is asked before each frame: true ends the scan where it is.
+using stopfunc_t = std::function<bool()>;
 showscan_t scanshow(std::vector<firework_t>& scene, double from, double to, double fps,
-                    double limit);
+                    double limit, const stopfunc_t& stop = {});
 // The same for a show with shared designs; indices are the expansion's.
-showscan_t scanshow(show_t& show, double from, double to, double fps, double limit);
+showscan_t scanshow(show_t& show, double from, double to, double fps, double limit,
+                    const stopfunc_t& stop = {});
 
 } // namespace vexlor
