@@ -75,9 +75,11 @@ public:
                 return true;
             }
             if (m_eof || !fill()) {
-                if (available == 0 || m_error != 0)
+                // fill() moves what is left to the front: look again.
+                const std::size_t left = m_end - m_begin;
+                if (left == 0 || m_error != 0)
                     return false;
-                take(line, start, available, available); // the last line may lack its line end
+                take(line, m_data + m_begin, left, left); // the last line may lack its line end
                 return true;
             }
         }

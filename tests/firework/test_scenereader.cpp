@@ -301,6 +301,33 @@ TEST(SceneReader, EndlessInputsAreRefusedUnread)
     EXPECT_LT(read, 1u << 20) << "the rest of the line was read";
 }
 
+// The last line may lack its line end in a file as in memory: it is read
+// where it stands, not where the window held it before its last fill.
+TEST(SceneReader, TheLastLineWithoutItsEndReadsTheSameFromAFile)
+{
+    tempdir dir;
+    std::string text = join(scenes::smalllines);
+    text.resize(text.size() - 2); // the last count's CR LF
+    for (const std::string& last : {std::string(), std::string("x"), std::string(300, '7')}) {
+        const std::string path = dir.write("cut.scene", text + last);
+        std::vector<firework_t> fromfile, frommemory;
+        std::string filemessage, memorymessage;
+        const bool fileread = readscene(path.c_str(), fromfile, filemessage);
+        EXPECT_EQ(fileread, readscenetext(path, text + last, frommemory, memorymessage)) << last;
+        EXPECT_EQ(filemessage, memorymessage) << last;
+        EXPECT_TRUE(scenes::identical(fromfile, frommemory)) << last;
+        EXPECT_EQ(fileread, last.empty()) << filemessage;
+    }
+    // A long last line starting near the window's front: the move overlaps it.
+    std::string letters;
+    for (int i = 0; i < 300; ++i) letters += static_cast<char>('a' + i % 26);
+    const std::string path = dir.write("one.scene", "1\r\n" + letters);
+    std::vector<firework_t> scene;
+    std::string message;
+    EXPECT_FALSE(readscene(path.c_str(), scene, message));
+    EXPECT_EQ(message, path + ":2: expected the launch time as a finite decimal number, found \"" + letters.substr(0, 40) + "...\"");
+}
+
 TEST(SceneReader, EveryBuiltInShowSavedPassesAndReadsBackAsLoadReadsIt)
 {
     tempdir dir;
