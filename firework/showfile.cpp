@@ -427,16 +427,28 @@ private:
 
     // The text before the parser sees it: UTF-8 throughout, no control
     // character but tab and line ends, and none of what toml++ 3.3 misreads
-    // (see misread()) where it would test it. That is outside strings and
-    // comments, where TOML allows nothing beyond ASCII anyway, and in a
-    // multi-line basic string the character after a backslash and those that
-    // follow a line-ending backslash up to the first that is no blank: the
-    // one place where valid TOML is refused. Columns count code points, as
-    // the parser's do.
+    // (see misread()) where it would test it. It tests every character
+    // outside strings and comments: after a key, after a value, and along a
+    // malformed value (a number, a date, a word) up to the next blank, ']',
+    // '}', ',' or '#', quotes included, to report it. Outside strings and
+    // comments TOML allows nothing beyond ASCII, so all of it is refused
+    // there; the keys and values are followed as the parser does, so that a
+    // quote inside a malformed value does not pass for a string. In a
+    // multi-line basic string it tests the character after a backslash and
+    // those after a line-ending backslash up to the first that is no blank:
+    // the one place where valid TOML is refused. Columns count code points,
+    // as the parser's do.
     bool readable(const std::string& text)
     {
-        enum class in_t { text, comment, basic, literal, basiclines, literallines };
+        // Where the parser is: outside strings and comments it expects a key,
+        // a value, or what may follow a value; `run` is a value it reads to
+        // its end, and `open` the arrays and inline tables around it.
+        enum class in_t { text, run, comment, basic, literal, basiclines, literallines };
+        enum class expect_t { key, value, after };
         in_t in = in_t::text;
+        expect_t expect = expect_t::key;
+        std::string open;
+        bool header = false;   // inside a [table] header
         bool escape = false;   // the character before was a backslash, in a basic string
         bool skipping = false; // after a line-ending backslash, up to the first non-blank
         std::size_t line = 1;
@@ -450,13 +462,18 @@ private:
             std::snprintf(name, sizeof name, "U+%04X", static_cast<unsigned>(c));
             return std::string(name);
         };
-        // A run of quotes in a multi-line string: three to five end it, the
-        // first one or two of them belonging to the string.
+        // A run of quotes: three to five end a multi-line string, the first
+        // one or two of them belonging to it.
         const auto quotes = [&](std::size_t i, char quote) {
             std::size_t n = 0;
             while (i + n < text.size() && text[i + n] == quote && n < 5)
                 ++n;
             return n;
+        };
+        const auto closed = [&] {
+            in = in_t::text;
+            if (expect == expect_t::value)
+                expect = expect_t::after;
         };
         std::size_t i = text.compare(0, 3, "\xef\xbb\xbf") == 0 ? 3 : 0; // a byte order mark is skipped
         while (i < text.size()) {
@@ -470,10 +487,16 @@ private:
                 return refuse(what);
             }
             if (c == '\n') {
+                if (in == in_t::run)
+                    closed();
                 if (in == in_t::comment || in == in_t::basic || in == in_t::literal)
                     in = in_t::text;
                 if (in == in_t::basiclines && escape)
                     skipping = true; // a line-ending backslash right before the line end
+                if (in == in_t::text && open.empty()) {
+                    expect = expect_t::key;
+                    header = false;
+                }
                 escape = false;
                 ++line;
                 column = 0;
@@ -485,13 +508,19 @@ private:
                 std::snprintf(what, sizeof what, "control character 0x%02x is not allowed", static_cast<unsigned>(c));
                 return refuse(what);
             }
+            if (in == in_t::run && (c == ' ' || c == '\t' || c == '\r' || c == ']' || c == '}' || c == ',' || c == '#')) {
+                closed(); // the character that ends the value is read again below
+            }
             switch (in) {
+            case in_t::run:
             case in_t::text:
                 if (c >= 0x80)
                     return refuse("the character " + named(c) + " may stand only in strings and comments");
+                if (in == in_t::run || c == ' ' || c == '\t' || c == '\r')
+                    break;
                 if (c == '#') {
                     in = in_t::comment;
-                } else if (c == '"' || c == '\'') {
+                } else if ((c == '"' || c == '\'') && expect != expect_t::after) {
                     const bool lines = quotes(i, static_cast<char>(c)) >= 3;
                     in = c == '"' ? (lines ? in_t::basiclines : in_t::basic) : (lines ? in_t::literallines : in_t::literal);
                     if (lines) {
@@ -499,6 +528,28 @@ private:
                         column += 2;
                         continue;
                     }
+                } else if (expect == expect_t::key) {
+                    if (c == '=')
+                        expect = expect_t::value;
+                    else if (c == '[' && open.empty())
+                        header = true;
+                    else if (c == ']' && header)
+                        header = false, expect = expect_t::after;
+                    else if (c == '}' && !open.empty() && open.back() == '{')
+                        open.pop_back(), expect = expect_t::after;
+                } else if (expect == expect_t::value) {
+                    if (c == '[' || c == '{')
+                        open += static_cast<char>(c), expect = c == '[' ? expect_t::value : expect_t::key;
+                    else if (c == ']' && !open.empty() && open.back() == '[')
+                        open.pop_back(), expect = expect_t::after;
+                    else if (c != ',')
+                        in = in_t::run;
+                } else if (c == ',' && !open.empty()) {
+                    expect = open.back() == '[' ? expect_t::value : expect_t::key;
+                } else if ((c == ']' && !open.empty() && open.back() == '[') || (c == '}' && !open.empty() && open.back() == '{')) {
+                    open.pop_back();
+                } else if (c != ']' || !open.empty()) {
+                    in = in_t::run; // nothing may follow a value here: read along as the parser does
                 }
                 break;
             case in_t::basic:
@@ -507,7 +558,7 @@ private:
                 else if (c == '\\')
                     escape = true;
                 else if (c == '"')
-                    in = in_t::text;
+                    closed();
                 break;
             case in_t::basiclines:
                 if (escape) {
@@ -529,7 +580,7 @@ private:
                     skipping = false;
                     const std::size_t n = quotes(i, '"');
                     if (n >= 3) {
-                        in = in_t::text;
+                        closed();
                         i += n;
                         column += n - 1;
                         continue;
@@ -538,13 +589,13 @@ private:
                 break;
             case in_t::literal:
                 if (c == '\'')
-                    in = in_t::text;
+                    closed();
                 break;
             case in_t::literallines:
                 if (c == '\'') {
                     const std::size_t n = quotes(i, '\'');
                     if (n >= 3) {
-                        in = in_t::text;
+                        closed();
                         i += n;
                         column += n - 1;
                         continue;
