@@ -465,6 +465,10 @@ TEST(ShowFile, UnicodeInStringsAndFileNames)
     const std::pair<std::string, std::string> refused[] = {
         {"kind = \"single\"\ntime = 0 \u00a0\n", "3:10: the character U+00A0 may stand only in strings and comments"},
         {"k\u00e9y = 1\n", "2:2: the character U+00E9 may stand only in strings and comments"},
+        // A quote inside a malformed value is no string: the parser reads along it.
+        {"kind = \"single\"\ntime =4k\"m\u00fasica\"\n", "3:11: the character U+00FA may stand only in strings and comments"},
+        {"kind = \"single\"\ntime = [1, 4.[\"\u00fa\"]]\n", "3:16: the character U+00FA may stand only in strings and comments"},
+        {"kind = \"single\" \"\u00fa\"\ntime = 0\n", "2:18: the character U+00FA may stand only in strings and comments"},
         {"[music]\nfile = \"\"\"a.ogg\\\n  \u00fa\"\"\"\n", "4:3: the character U+00FA cannot follow a line-ending backslash here "
                                                           "(the TOML reader misreads it); write it as \\u00FA"},
         {"[music]\nfile = \"\"\"a\\\u3001.ogg\"\"\"\n", "3:13: an escape cannot start with the character U+3001"},
