@@ -692,10 +692,10 @@ private:
     }
 
     // Reads the keys of a table that `kind` takes into `entry`: every value
-    // in its form and range, every key given that it needs. `handled` names a
-    // key read before (the kind) or is null, `what` names the table in messages ("the
-    // shell", "the music"), `unknown` lists the keys there are, `filewhat`
-    // says what its file is.
+    // in its form and range, every key given that it needs. `handled` names
+    // a key read before (the kind) or is null; `what` names the table in
+    // messages ("the shell", "the music"), `unknown` lists the keys there
+    // are and `filewhat` says what its file is.
     template <std::size_t N>
     void readkeys(const toml::table& table, const keyinfo_t (&keys)[N], kindset_t kind, const char* handled,
                   const std::string& what, const std::string& unknown, const char* filewhat, entry_t& entry)
