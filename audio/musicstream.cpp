@@ -11,9 +11,9 @@
 #include <cmath>
 #include <cstring>
 
-#include <sys/stat.h>
+#include "utils/regularfile.h"
+
 #include <unistd.h>
-#include <cerrno>
 
 namespace sndkit {
 namespace {
@@ -44,15 +44,13 @@ std::string formatname(int format)
 // length and seeking.
 SNDFILE* openfile(const char* path, musicinfo_t& info, std::string& message)
 {
-    struct stat status{};
-    if (::stat(path, &status) != 0 || !S_ISREG(status.st_mode) || ::access(path, R_OK) != 0) {
-        const int error = errno;
-        message = std::string("cannot read the file (")
-                  + (S_ISDIR(status.st_mode) ? "a folder" : std::strerror(error == 0 ? EINVAL : error)) + ")";
+    // A FIFO or a device is refused before a byte of it is read: it could
+    // block the open or never end.
+    const int fd = basekit::openregular(path, message);
+    if (fd < 0)
         return nullptr;
-    }
     SF_INFO sf{};
-    SNDFILE* file = sf_open(path, SFM_READ, &sf);
+    SNDFILE* file = sf_open_fd(fd, SFM_READ, &sf, SF_TRUE);
     if (file == nullptr) {
         message = std::string("not a sound format that can be played (") + sf_strerror(nullptr) + ")";
         return nullptr;

@@ -5,6 +5,7 @@
 
 #include "utils/numtext.h"
 
+#include <cerrno>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -167,14 +168,24 @@ void loadfirework(reader_t& in, firework_t& firework)
 
 bool save(const char* path, const std::vector<firework_t>& scene)
 {
+    errno = 0;
     std::ofstream os(path, std::ios::binary | std::ios::trunc);
     if (!os)
         return false;
     os.imbue(std::locale::classic());
     putcount(os, scene.size());
-    for (const firework_t& firework : scene)
+    for (const firework_t& firework : scene) {
         savefirework(os, firework, firework.fires);
-    return true;
+        if (!os)
+            return false; // a full disk: the rest would fail too
+    }
+    return closesaved(os);
+}
+
+bool closesaved(std::ofstream& os)
+{
+    os.close();
+    return !os.fail();
 }
 
 bool openscene(const char* path, std::ifstream& is)

@@ -11,9 +11,13 @@
 
 namespace vexlor {
 
-// False only when the file cannot be opened for writing. A scene of finite
-// numbers gives a file that readscene() accepts.
+// False when the file cannot be opened or written (a full disk, say); errno
+// then tells why. A scene of finite numbers gives a file that readscene()
+// accepts.
 bool save(const char* path, const std::vector<firework_t>& scene);
+
+// Closes a file written by a save and tells whether every byte reached it.
+bool closesaved(std::ofstream& os);
 
 // The pieces of save, for writers that keep shells and stars apart: a count
 // line, and one firework record with the given fires in place of its own.

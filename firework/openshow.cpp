@@ -23,10 +23,8 @@ bool openshow(const std::string& arg, show_t& show, std::string& message, const 
         show = sharescene(std::move(scene));
         return true;
     }
-    if (!sniffformat(arg.c_str(), format)) {
-        message = arg + ": cannot read the file";
+    if (!sniffformat(arg.c_str(), format, message))
         return false;
-    }
     if (format == fileformat_t::scene) {
         std::vector<firework_t> scene;
         if (!readscenefile(arg.c_str(), scene, message, progress))

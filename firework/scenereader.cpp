@@ -8,9 +8,12 @@
 
 #include "geometry/textparse.h"
 #include "utils/numtext.h"
+#include "utils/regularfile.h"
 
 #include <algorithm>
 #include <cerrno>
+#include <cmath>
+#include <limits>
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
@@ -51,7 +54,8 @@ public:
     }
 
     // False at the end of the input or on a read error (see error()).
-    // `toolong` tells that the line was cut at `longestline` bytes.
+    // `toolong` tells that the line was cut at `longestline` bytes; it
+    // ends the read, so what follows is left unread.
     bool next(std::string_view& line, bool& toolong)
     {
         toolong = false;
@@ -64,18 +68,18 @@ public:
                 return true;
             }
             if (available > longestline) {
-                // Only the start is ever quoted; keep it, as skipping the
-                // rest may read over the buffer.
+                // Refused as it stands: the rest of the line is never read
+                // (it may run for gigabytes), and only its start is quoted.
                 toolong = true;
                 take(line, start, longestline, longestline);
-                m_cut.assign(line.substr(0, quotechars + 1));
-                line = m_cut;
-                return skiprest();
+                return true;
             }
             if (m_eof || !fill()) {
-                if (available == 0 || m_error != 0)
+                // fill() moves what is left to the front: look again.
+                const std::size_t left = m_end - m_begin;
+                if (left == 0 || m_error != 0)
                     return false;
-                take(line, start, available, available); // the last line may lack its line end
+                take(line, m_data + m_begin, left, left); // the last line may lack its line end
                 return true;
             }
         }
@@ -96,25 +100,6 @@ private:
         m_begin += used;
         m_consumed += used;
         ++m_number;
-    }
-
-    // Drops the rest of an over-long line, its line end included.
-    bool skiprest()
-    {
-        for (;;) {
-            const char* start = m_data + m_begin;
-            const std::size_t available = m_end - m_begin;
-            if (const void* found = std::memchr(start, '\n', available)) {
-                const std::size_t used = static_cast<std::size_t>(static_cast<const char*>(found) - start) + 1;
-                m_begin += used;
-                m_consumed += used;
-                return true;
-            }
-            m_begin += available;
-            m_consumed += available;
-            if (m_eof || !fill())
-                return m_error == 0;
-        }
     }
 
     // Moves the unread bytes to the front and reads more after them.
@@ -151,7 +136,6 @@ private:
     bool m_eof = false;
     int m_error = 0;
     std::vector<char> m_buffer;
-    std::string m_cut; // the start of an over-long line
 };
 
 // A bad line as the message quotes it: cut short, control bytes and
@@ -181,6 +165,41 @@ std::string quote(std::string_view line, bool toolong)
     if (line.size() > quotechars || toolong)
         text += "...";
     return text + '"';
+}
+
+// Whether a decimal number in the line (digits, a point, an exponent) lies
+// beyond the float range, where a value of the model cannot hold it.
+bool beyondfloat(std::string_view line)
+{
+    const auto isdigit = [](char c) { return c >= '0' && c <= '9'; };
+    for (std::size_t i = 0; i < line.size();) {
+        if (!isdigit(line[i]) && line[i] != '.') {
+            ++i;
+            continue;
+        }
+        std::size_t end = i;
+        while (end < line.size() && (isdigit(line[end]) || line[end] == '.')) ++end;
+        if (end < line.size() && (line[end] == 'e' || line[end] == 'E')) {
+            std::size_t exponent = end + 1;
+            if (exponent < line.size() && (line[exponent] == '+' || line[exponent] == '-')) ++exponent;
+            if (exponent < line.size() && isdigit(line[exponent])) {
+                end = exponent;
+                while (end < line.size() && isdigit(line[end])) ++end;
+            }
+        }
+        double value = 0.0;
+        const char* last = line.data() + end;
+        if (basekit::parsenumber(line.data() + i, last, value) == nullptr) {
+            // Only an overflow is refused for a double's own range here.
+            const std::string token(line.substr(i, end - i));
+            if (std::isinf(basekit::strtodclassic(token.c_str(), nullptr)))
+                return true;
+        } else if (std::fabs(value) > std::numeric_limits<float>::max()) {
+            return true;
+        }
+        i = end;
+    }
+    return false;
 }
 
 // Grows a vector towards `count` elements: up to `reservestep` at once, then
@@ -300,7 +319,9 @@ private:
         const auto expected = [what] { return asnumber(what); };
         if (!next(expected))
             return false;
-        return (!m_toolong && basekit::parsewholenumber(m_line, value)) || fail(expected(), m_line, m_toolong);
+        if (!m_toolong && basekit::parsewholenumber(m_line, value))
+            return true;
+        return toolarge(what) ? false : fail(expected(), m_line, m_toolong);
     }
 
     bool count(const char* what, const char* records, std::uint64_t recordbytes, std::uint64_t& value)
@@ -324,7 +345,22 @@ private:
         const auto expected = [what, form] { return asgeometry(what, form); };
         if (!next(expected))
             return false;
-        return (!m_toolong && geokit::parsetext(m_line, value)) || fail(expected(), m_line, m_toolong);
+        if (!m_toolong && geokit::parsetext(m_line, value))
+            return true;
+        return toolarge(what) ? false : fail(expected(), m_line, m_toolong);
+    }
+
+    // A line that failed for holding a number beyond the model's float is
+    // told as that rather than as bad text; true when it was.
+    bool toolarge(const char* what)
+    {
+        if (m_toolong || !beyondfloat(m_line))
+            return false;
+        char most[32];
+        std::snprintf(most, sizeof most, "%g", static_cast<double>(std::numeric_limits<float>::max()));
+        m_message = m_name + ":" + std::to_string(m_lines.number()) + ": the " + what + " " + quote(m_line, false)
+                  + " holds a number beyond the largest the model's float holds (" + most + ")";
+        return true;
     }
 
     bool fail(const std::string& expected, std::string_view found, bool toolong)
@@ -390,35 +426,15 @@ bool readscene(const char* path, std::vector<firework_t>& scene, std::string& me
                const readprogress_t& progress)
 {
     const std::string name = path;
-    const fd_t file{::open(path, O_RDONLY | O_CLOEXEC)};
+    // Only a regular file tells a size to hold counts against, and a FIFO or
+    // a device could block or never end: anything else is refused unread.
+    std::string reason;
+    const fd_t file{basekit::openregular(path, reason)};
     struct stat status {};
     if (file.fd < 0 || ::fstat(file.fd, &status) != 0) {
         std::vector<firework_t>().swap(scene);
-        message = name + ": cannot read the file (" + std::strerror(errno) + ")";
+        message = name + ": " + (file.fd < 0 ? reason : std::string("cannot read the file (") + std::strerror(errno) + ")");
         return false;
-    }
-    if (S_ISDIR(status.st_mode)) {
-        std::vector<firework_t>().swap(scene);
-        message = name + ": cannot read the file (" + std::strerror(EISDIR) + ")";
-        return false;
-    }
-    if (!S_ISREG(status.st_mode)) {
-        // A pipe or device tells no size to hold counts against: read it
-        // whole first, then check it from memory.
-        std::string text;
-        char chunk[chunkbytes];
-        ssize_t got = 0;
-        while ((got = ::read(file.fd, chunk, sizeof chunk)) != 0) {
-            if (got < 0 && errno == EINTR)
-                continue;
-            if (got < 0) {
-                std::vector<firework_t>().swap(scene);
-                message = name + ": cannot read the file (" + std::strerror(errno) + ")";
-                return false;
-            }
-            text.append(chunk, static_cast<std::size_t>(got));
-        }
-        return readscenetext(name, text, scene, message, progress);
     }
     lines_t lines(file.fd, static_cast<std::uint64_t>(status.st_size));
     return read(name, lines, scene, message, progress);

@@ -4,6 +4,7 @@
 
 #include "firework/loadsave.h"
 
+#include <cerrno>
 #include <cstring>
 #include <fstream>
 #include <sstream>
@@ -152,6 +153,7 @@ std::size_t showbytes(const show_t& show)
 
 bool save(const char* path, const show_t& show)
 {
+    errno = 0;
     std::ofstream os(path, std::ios::binary | std::ios::trunc);
     if (!os)
         return false;
@@ -163,9 +165,11 @@ bool save(const char* path, const show_t& show)
         savefirework(shell, show.shells[i], show.designs[show.design[i]]);
         os << shell.str();
         shell.str({});
+        if (!os)
+            return false; // a full disk: the rest would fail too
     }
     os << shell.str();
-    return true;
+    return closesaved(os);
 }
 
 } // namespace vexlor

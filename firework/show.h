@@ -66,7 +66,7 @@ void liftlaunchsites(show_t& show);
 std::size_t showbytes(const show_t& show);
 
 // Writes the show as a scene file, shell by shell without expanding it in
-// memory. False when the file cannot be opened for writing.
+// memory. False when the file cannot be opened or written; errno tells why.
 bool save(const char* path, const show_t& show);
 
 } // namespace vexlor

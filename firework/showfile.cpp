@@ -1,6 +1,7 @@
 // The show file reader: toml++ parses, this file checks every key and value
-// against what each kind accepts, then builds the show. Repetitions are
-// counted before anything is built; the makers run once per distinct design.
+// against a table of what each kind accepts and the range of each number,
+// then builds the show. Repetitions are counted before anything is built; the
+// makers run once per distinct design, a built-in show once per entry.
 #define TOML_EXCEPTIONS 0
 #define TOML_HEADER_ONLY 1
 // The parser's assertions on its own state stay off in every build: a header
@@ -17,15 +18,19 @@
 #include "firework/builtin.h"
 #include "firework/sample.h"
 #include "firework/showtiming.h"
+#include "firework/valueranges.h"
+#include "utils/regularfile.h"
+
+#include <unistd.h>
 
 #include <algorithm>
 #include <cctype>
+#include <cerrno>
+#include <climits>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <map>
 #include <tuple>
 
@@ -33,7 +38,132 @@ namespace vexlor {
 
 namespace {
 
-std::string oneline(std::string_view text);
+// ---- Text from the file, as messages quote it
+
+// The code point at text[i] and its length in bytes; 0 when the bytes there
+// are not UTF-8 (a stray or missing continuation byte, an overlong form, a
+// surrogate, a code point past U+10FFFF).
+std::size_t decode(std::string_view text, std::size_t i, char32_t& point)
+{
+    const auto byte = [&](std::size_t k) { return static_cast<unsigned char>(text[i + k]); };
+    const unsigned lead = byte(0);
+    std::size_t length = 0;
+    char32_t least = 0;
+    if (lead < 0x80) {
+        point = lead;
+        return 1;
+    } else if (lead >= 0xc2 && lead < 0xe0) {
+        length = 2;
+        point = lead & 0x1fu;
+        least = 0x80;
+    } else if (lead >= 0xe0 && lead < 0xf0) {
+        length = 3;
+        point = lead & 0x0fu;
+        least = 0x800;
+    } else if (lead >= 0xf0 && lead < 0xf5) {
+        length = 4;
+        point = lead & 0x07u;
+        least = 0x10000;
+    } else {
+        return 0;
+    }
+    if (text.size() - i < length)
+        return 0;
+    for (std::size_t k = 1; k < length; ++k) {
+        if ((byte(k) & 0xc0u) != 0x80u)
+            return 0;
+        point = point << 6 | (byte(k) & 0x3fu);
+    }
+    if (point < least || point > 0x10ffff || (point >= 0xd800 && point <= 0xdfff))
+        return 0;
+    return length;
+}
+
+// Characters a terminal acts on or that reorder what it shows: control
+// characters (C0, DEL, C1) and the bidirectional controls.
+bool acts(char32_t c)
+{
+    return c < 0x20 || (c >= 0x7f && c <= 0x9f) || c == 0x061c || c == 0x200e || c == 0x200f
+        || (c >= 0x202a && c <= 0x202e) || (c >= 0x2066 && c <= 0x2069);
+}
+
+// At most `most` code points of `text`, every character that acts on a
+// terminal written as TOML writes it escaped ("\u001B"), bytes that are not
+// UTF-8 as "\xFF"; "..." ends a text that was cut. `quotes` escapes '"' and
+// '\' too, for text shown between quotes.
+std::string escaped(std::string_view text, std::size_t most, bool quotes)
+{
+    std::string out;
+    std::size_t shown = 0;
+    for (std::size_t i = 0; i < text.size(); ++shown) {
+        if (shown == most)
+            return out + "...";
+        char32_t c = 0;
+        const std::size_t length = decode(text, i, c);
+        char code[16];
+        if (length == 0) {
+            std::snprintf(code, sizeof code, "\\x%02X", static_cast<unsigned char>(text[i]));
+            out += code;
+            ++i;
+            continue;
+        }
+        if (c == '\t' || c == '\n' || c == '\r') {
+            out += c == '\t' ? "\\t" : c == '\n' ? "\\n" : "\\r";
+        } else if (acts(c)) {
+            std::snprintf(code, sizeof code, "\\u%04X", static_cast<unsigned>(c));
+            out += code;
+        } else {
+            if (quotes && (c == '"' || c == '\\'))
+                out += '\\';
+            out.append(text.substr(i, length));
+        }
+        i += length;
+    }
+    return out;
+}
+
+// A value from the file as a message quotes it: a short, escaped excerpt.
+constexpr std::size_t quotedchars = 40;
+std::string quoted(std::string_view text)
+{
+    return "\"" + escaped(text, quotedchars, true) + "\"";
+}
+
+// A whole problem line, printable as it stands: no cut, every character that
+// would act on a terminal escaped (names from the file and the parser's
+// quote of what it saw may hold any).
+std::string printable(std::string_view text)
+{
+    return escaped(text, std::string_view::npos, false);
+}
+
+// The parser's own descriptions quote keys and text of any length.
+constexpr std::size_t descriptionchars = 200;
+
+// ---- What toml++ 3.3 cannot read
+
+// toml++ 3.3 tests for Unicode blanks (is_non_ascii_horizontal_whitespace)
+// by blocks of 0x3FA code points from U+00A0 and has no case for three of the
+// blocks its mask lets through: any other code point of blocks 0, 11 and 63
+// (U+00A1-U+0499, U+2C8E-U+3087 and U+FB26-U+FEFE, U+3000 apart) reaches a
+// point marked unreachable, which in an optimised build may do anything.
+bool misread(char32_t c)
+{
+    if (c <= 0xa0 || c >= 0xfeff || c == 0x3000)
+        return false;
+    const char32_t block = (c - 0xa0) / 0x3fa;
+    return block == 0 || block == 11 || block == 63;
+}
+
+// What that test calls a blank, where it answers (the ASCII ones and the
+// Unicode spaces it lists).
+bool tomlblank(char32_t c)
+{
+    return c == ' ' || c == '\t' || c == 0xa0 || c == 0x1680 || c == 0x180e || (c >= 0x2000 && c <= 0x200b)
+        || c == 0x202f || c == 0x205f || c == 0x2060 || c == 0x3000 || c == 0xfeff;
+}
+
+// ---- The kinds and the keys they take
 
 enum class kind_t { single, simple, blink, susuki, random, miniexhibition, scene };
 
@@ -48,49 +178,133 @@ const kindinfo_t kinds[] = {
     {kind_t::scene, "scene"},
 };
 
-const char* const kindchoice = "single, simple, blink, susuki, random, miniexhibition or scene";
+using kindset_t = unsigned;
 
+constexpr kindset_t kindbit(kind_t kind)
+{
+    return 1u << static_cast<unsigned>(kind);
+}
+
+constexpr kindset_t nokind = 0u;
+constexpr kindset_t everykind = ~0u;
 // One shell the makers build, as opposed to a show or a scene placed whole.
-bool isshell(kind_t kind)
-{
-    return kind == kind_t::single || kind == kind_t::simple || kind == kind_t::blink || kind == kind_t::susuki;
-}
+constexpr kindset_t oneshell =
+    kindbit(kind_t::single) | kindbit(kind_t::simple) | kindbit(kind_t::blink) | kindbit(kind_t::susuki);
 
-// The keys a kind accepts besides kind, time, position, count, interval, step.
-bool accepts(kind_t kind, std::string_view key)
-{
-    if (key == "velocity" || key == "fuse" || key == "color")
-        return isshell(kind);
-    if (key == "speed")
-        return kind == kind_t::simple;
-    if (key == "file")
-        return kind == kind_t::scene;
-    return false;
-}
-
-const char* const commonkeys[] = {"kind", "time", "position", "count", "interval", "step"};
-const char* const knownkeys = "kind, time, position, velocity, fuse, color, speed, file, count, interval, step";
-
-struct vec3_t {
-    double x = 0.0, y = 0.0, z = 0.0;
+// How a value is written.
+enum class form_t {
+    number, // a number, whole or not
+    whole,  // a whole number
+    vector, // [x, y, z]
+    color,  // [red, green, blue] or [red, green, blue, alpha]
+    file,   // a file's name, relative to the show file's folder
 };
 
-// One [[shell]] table as read and checked.
+// One key of a table: the kinds that take it and those that must give it,
+// how it is written, the range of each of its numbers and their unit.
+struct keyinfo_t {
+    const char* name;
+    kindset_t takes;
+    kindset_t needs;
+    form_t form;
+    double least;
+    double most;
+    const char* unit; // "s", "m", "m/s", or "" for a plain number
+};
+
+// The keys of a [[shell]] table besides `kind`. A new key, a new kind's keys
+// or a new range goes here; reading, checking and the messages follow.
+const keyinfo_t shellkeys[] = {
+    {"time", everykind, everykind, form_t::number, 0.0, maxshowtime, "s"},
+    {"position", everykind, nokind, form_t::vector, -maxdistance, maxdistance, "m"},
+    {"velocity", oneshell, nokind, form_t::vector, -maxspeed, maxspeed, "m/s"},
+    {"fuse", oneshell, nokind, form_t::number, 0.0, maxfuse, "s"},
+    {"color", oneshell, nokind, form_t::color, 0.0, 1.0, ""},
+    {"speed", kindbit(kind_t::simple), nokind, form_t::number, 0.0, maxspeed, "m/s"},
+    {"file", kindbit(kind_t::scene), kindbit(kind_t::scene), form_t::file, 0.0, 0.0, ""},
+    {"count", everykind, nokind, form_t::whole, 1.0, static_cast<double>(maxshells), ""},
+    {"interval", everykind, nokind, form_t::number, 0.0, maxshowtime, "s"},
+    {"step", everykind, nokind, form_t::vector, -maxdistance, maxdistance, "m"},
+};
+
+// The keys of the [music] table.
+const keyinfo_t musickeys[] = {
+    {"file", everykind, everykind, form_t::file, 0.0, 0.0, ""},
+    {"offset", everykind, nokind, form_t::number, -maxmusicoffset, maxmusicoffset, "s"},
+    {"gain", everykind, nokind, form_t::number, 0.0, maxmusicgain, ""},
+};
+
+template <std::size_t N> const keyinfo_t* findkey(const keyinfo_t (&keys)[N], std::string_view name)
+{
+    for (const keyinfo_t& key : keys)
+        if (name == key.name)
+            return &key;
+    return nullptr;
+}
+
+// "file, offset, gain", or with `last` before the last name: "file, offset and gain".
+template <std::size_t N> std::string keynames(const keyinfo_t (&keys)[N], const char* last = ", ")
+{
+    std::string text;
+    for (std::size_t i = 0; i < N; ++i)
+        text += std::string(i == 0 ? "" : i + 1 == N ? last : ", ") + keys[i].name;
+    return text;
+}
+
+std::string kindchoice()
+{
+    std::string text;
+    for (std::size_t i = 0; i < std::size(kinds); ++i)
+        text += std::string(i == 0 ? "" : i + 1 == std::size(kinds) ? " or " : ", ") + kinds[i].name;
+    return text;
+}
+
+std::string kindname(kind_t kind)
+{
+    for (const kindinfo_t& info : kinds)
+        if (info.kind == kind)
+            return info.name;
+    return {};
+}
+
+// A bound as messages write it: "14400", "-10000", "0.5".
+std::string bound(double value)
+{
+    char text[32];
+    std::snprintf(text, sizeof text, "%g", value);
+    return text;
+}
+
+// A value as read: a number, the numbers of a vector or colour, or a file.
+struct value_t {
+    double number[4] = {0.0, 0.0, 0.0, 1.0}; // a colour of three numbers is opaque
+    std::string file;                        // resolved against the show file's folder
+    toml::source_region where;
+};
+
+// One [[shell]] table (or the [music] table) as read and checked.
 struct entry_t {
     kind_t kind = kind_t::single;
-    double time = 0.0;
-    vec3_t position;
-    bool hasvelocity = false;
-    vec3_t velocity;
-    bool hasfuse = false;
-    double fuse = 0.0;
-    bool hascolor = false;
-    geokit::color3a_t color{};
-    double speed = 6.25;
-    std::size_t count = 1;
-    double interval = 0.0;
-    vec3_t step;
-    std::string file; // resolved against the show file's folder
+    std::map<std::string, value_t, std::less<>> values;
+
+    const value_t* get(std::string_view key) const
+    {
+        const auto found = values.find(key);
+        return found == values.end() ? nullptr : &found->second;
+    }
+    double number(std::string_view key, double otherwise) const
+    {
+        const value_t* value = get(key);
+        return value != nullptr ? value->number[0] : otherwise;
+    }
+    // A vector's numbers; none given: the origin.
+    const double* vector(std::string_view key) const
+    {
+        static const double origin[4] = {};
+        const value_t* value = get(key);
+        return value != nullptr ? value->number : origin;
+    }
+    std::size_t count() const { return static_cast<std::size_t>(number("count", 1.0)); }
 };
 
 class reader_t {
@@ -110,12 +324,12 @@ public:
     bool read(const std::string& text, show_t& show)
     {
         const std::size_t before = m_problems.size();
-        if (!plaintext(text))
+        if (!readable(text))
             return false;
         toml::parse_result parsed = toml::parse(text, m_path);
         if (!parsed) {
             const toml::parse_error& error = parsed.error();
-            problem(error.source(), std::string(error.description()));
+            problem(error.source(), escaped(error.description(), descriptionchars, false));
             return false;
         }
         toml::table& root = parsed.table();
@@ -127,7 +341,7 @@ public:
                 continue;
             }
             if (key.str() != "shell") {
-                problem(key.source(), "unknown key '" + std::string(key.str())
+                problem(key.source(), "unknown key '" + escaped(key.str(), quotedchars, false)
                                           + "' (a show holds [[shell]] tables and one [music] table)");
                 continue;
             }
@@ -148,8 +362,8 @@ public:
             if (m_problems.size() - before > maxproblems) {
                 const std::size_t more = m_problems.size() - before - maxproblems;
                 m_problems.resize(before + maxproblems);
-                m_problems.push_back(m_path + ": " + std::to_string(more) + " more problem" + (more == 1 ? "" : "s")
-                                     + " not listed");
+                m_problems.push_back(printable(m_path) + ": " + std::to_string(more) + " more problem"
+                                     + (more == 1 ? "" : "s") + " not listed");
             }
             return false;
         }
@@ -174,7 +388,8 @@ private:
     // Problems are kept in file order, whatever order the tables are walked in.
     void problem(at_t at, const std::string& what)
     {
-        const std::string text = oneline(m_path + ":" + std::to_string(at.line) + ":" + std::to_string(at.column) + ": " + what);
+        const std::string text =
+            printable(m_path + ":" + std::to_string(at.line) + ":" + std::to_string(at.column) + ": " + what);
         const auto later = std::upper_bound(m_positions.begin(), m_positions.end(), std::make_pair(at.line, at.column));
         m_problems.insert(m_problems.begin() + m_first + (later - m_positions.begin()), text);
         m_positions.insert(later, std::make_pair(at.line, at.column));
@@ -187,190 +402,342 @@ private:
 
     bool readtext(std::string& text)
     {
-        std::error_code error;
-        if (std::filesystem::is_directory(m_path, error)) {
-            m_problems.push_back(m_path + ": cannot read the file");
-            return false;
-        }
-        std::ifstream is(m_path, std::ios::binary);
-        if (!is) {
-            m_problems.push_back(m_path + ": cannot read the file");
+        std::string reason;
+        const int fd = basekit::openregular(m_path.c_str(), reason);
+        if (fd < 0) {
+            m_problems.push_back(printable(m_path) + ": " + reason);
             return false;
         }
         text.resize(maxshowbytes + 1);
-        is.read(text.data(), static_cast<std::streamsize>(text.size()));
-        text.resize(static_cast<std::size_t>(is.gcount()));
-        if (is.bad()) {
-            m_problems.push_back(m_path + ": cannot read the file");
+        std::size_t have = 0;
+        ssize_t got = 0;
+        while (have < text.size() && (got = ::read(fd, text.data() + have, text.size() - have)) != 0) {
+            if (got < 0 && errno == EINTR)
+                continue;
+            if (got < 0)
+                break;
+            have += static_cast<std::size_t>(got);
+        }
+        const int error = errno;
+        ::close(fd);
+        text.resize(have);
+        if (got < 0) {
+            m_problems.push_back(printable(m_path) + ": cannot read the file (" + std::strerror(error) + ")");
             return false;
         }
         if (text.size() > maxshowbytes) {
-            m_problems.push_back(m_path + ": a show file may hold at most " + std::to_string(maxshowbytes >> 20)
-                                 + " MB");
+            m_problems.push_back(printable(m_path) + ": a show file may hold at most "
+                                 + std::to_string(maxshowbytes >> 20) + " MB");
             return false;
         }
         return true;
     }
 
-    // TOML allows no control character but tab and line ends anywhere. The
-    // parser's test for Unicode blanks is wrong for U+00A1-U+0499,
-    // U+2C8E-U+3087 and U+FB26-U+FEFE (it reaches a point marked
-    // unreachable), so those are refused outside comments, where it does not
-    // look at them.
-    bool plaintext(const std::string& text)
+    // The text before the parser sees it: UTF-8 throughout, no control
+    // character but tab and line ends, and none of what toml++ 3.3 misreads
+    // (see misread()) where it would test it. It tests every character
+    // outside strings and comments: after a key, after a value, and along a
+    // malformed value (a number, a date, a word) up to the next blank, ']',
+    // '}', ',' or '#', quotes included, to report it. Outside strings and
+    // comments TOML allows nothing beyond ASCII, so all of it is refused
+    // there; the keys and values are followed as the parser does, so that a
+    // quote inside a malformed value does not pass for a string. In a
+    // multi-line basic string it tests the character after a backslash and
+    // those after a line-ending backslash up to the first that is no blank:
+    // the one place where valid TOML is refused. Columns count code points,
+    // as the parser's do.
+    bool readable(const std::string& text)
     {
-        enum class in_t { text, comment, basic, literal, basiclines, literallines };
-        static constexpr std::string_view basicquotes = "\"\"\"", literalquotes = "'''";
+        // Where the parser is: outside strings and comments it expects a key,
+        // a value, or what may follow a value; `run` is a value it reads to
+        // its end, and `open` the arrays and inline tables around it.
+        enum class in_t { text, run, comment, basic, literal, basiclines, literallines };
+        enum class expect_t { key, value, after };
         in_t in = in_t::text;
+        expect_t expect = expect_t::key;
+        std::string open;
+        bool header = false;   // inside a [table] header
+        bool escape = false;   // the character before was a backslash, in a basic string
+        bool skipping = false; // after a line-ending backslash, up to the first non-blank
         std::size_t line = 1;
-        std::size_t start = 0;
-        const auto refuse = [&](std::size_t i, const char* format, unsigned value) {
-            char what[80];
-            std::snprintf(what, sizeof what, format, value);
-            problem(at_t{line, i - start + 1}, what);
+        std::size_t column = 0;
+        const auto refuse = [&](const std::string& what) {
+            problem(at_t{line, column}, what);
             return false;
         };
-        for (std::size_t i = 0; i < text.size(); ++i) {
-            const auto c = static_cast<unsigned char>(text[i]);
-            const std::string_view rest(text.data() + i, text.size() - i);
+        const auto named = [](char32_t c) {
+            char name[16];
+            std::snprintf(name, sizeof name, "U+%04X", static_cast<unsigned>(c));
+            return std::string(name);
+        };
+        // A run of quotes: three to five end a multi-line string, the first
+        // one or two of them belonging to it.
+        const auto quotes = [&](std::size_t i, char quote) {
+            std::size_t n = 0;
+            while (i + n < text.size() && text[i + n] == quote && n < 5)
+                ++n;
+            return n;
+        };
+        const auto closed = [&] {
+            in = in_t::text;
+            if (expect == expect_t::value)
+                expect = expect_t::after;
+        };
+        std::size_t i = text.compare(0, 3, "\xef\xbb\xbf") == 0 ? 3 : 0; // a byte order mark is skipped
+        while (i < text.size()) {
+            char32_t c = 0;
+            const std::size_t length = decode(text, i, c);
+            ++column;
+            if (length == 0) {
+                char what[64];
+                std::snprintf(what, sizeof what, "not UTF-8: the byte 0x%02X is not a character's start or end",
+                              static_cast<unsigned char>(text[i]));
+                return refuse(what);
+            }
             if (c == '\n') {
-                ++line;
-                start = i + 1;
+                if (in == in_t::run)
+                    closed();
                 if (in == in_t::comment || in == in_t::basic || in == in_t::literal)
                     in = in_t::text;
+                if (in == in_t::basiclines && escape)
+                    skipping = true; // a line-ending backslash right before the line end
+                if (in == in_t::text && open.empty()) {
+                    expect = expect_t::key;
+                    header = false;
+                }
+                escape = false;
+                ++line;
+                column = 0;
+                ++i;
                 continue;
             }
-            if ((c < 0x20 && c != '\t' && c != '\r') || c == 0x7f)
-                return refuse(i, "control character 0x%02x is not allowed", c);
-            if (c >= 0xc0 && in != in_t::comment) {
-                unsigned point = 0;
-                if (c < 0xe0 && rest.size() >= 2)
-                    point = (c & 0x1fu) << 6 | (static_cast<unsigned char>(rest[1]) & 0x3fu);
-                else if (c < 0xf0 && rest.size() >= 3)
-                    point = (c & 0x0fu) << 12 | (static_cast<unsigned char>(rest[1]) & 0x3fu) << 6
-                          | (static_cast<unsigned char>(rest[2]) & 0x3fu);
-                if ((point >= 0xa1 && point <= 0x499) || (point >= 0x2c8e && point <= 0x3087 && point != 0x3000)
-                    || (point >= 0xfb26 && point <= 0xfefe))
-                    return refuse(i, "the character U+%04X is allowed only in comments", point);
+            if ((c < 0x20 && c != '\t' && c != '\r') || c == 0x7f) {
+                char what[48];
+                std::snprintf(what, sizeof what, "control character 0x%02x is not allowed", static_cast<unsigned>(c));
+                return refuse(what);
             }
-            const bool basicend = rest.substr(0, 3) == basicquotes;
-            const bool literalend = rest.substr(0, 3) == literalquotes;
+            if (in == in_t::run && (c == ' ' || c == '\t' || c == '\r' || c == ']' || c == '}' || c == ',' || c == '#')) {
+                closed(); // the character that ends the value is read again below
+            }
             switch (in) {
+            case in_t::run:
             case in_t::text:
+                if (c >= 0x80)
+                    return refuse("the character " + named(c) + " may stand only in strings and comments");
+                if (in == in_t::run || c == ' ' || c == '\t' || c == '\r')
+                    break;
                 if (c == '#') {
                     in = in_t::comment;
-                } else if (basicend || literalend) {
-                    in = basicend ? in_t::basiclines : in_t::literallines;
-                    i += 2;
-                } else if (c == '"') {
-                    in = in_t::basic;
-                } else if (c == '\'') {
-                    in = in_t::literal;
+                } else if ((c == '"' || c == '\'') && expect != expect_t::after) {
+                    const bool lines = quotes(i, static_cast<char>(c)) >= 3;
+                    in = c == '"' ? (lines ? in_t::basiclines : in_t::basic) : (lines ? in_t::literallines : in_t::literal);
+                    if (lines) {
+                        i += 3;
+                        column += 2;
+                        continue;
+                    }
+                } else if (expect == expect_t::key) {
+                    if (c == '=')
+                        expect = expect_t::value;
+                    else if (c == '[' && open.empty())
+                        header = true;
+                    else if (c == ']' && header)
+                        header = false, expect = expect_t::after;
+                    else if (c == '}' && !open.empty() && open.back() == '{')
+                        open.pop_back(), expect = expect_t::after;
+                } else if (expect == expect_t::value) {
+                    if (c == '[' || c == '{')
+                        open += static_cast<char>(c), expect = c == '[' ? expect_t::value : expect_t::key;
+                    else if (c == ']' && !open.empty() && open.back() == '[')
+                        open.pop_back(), expect = expect_t::after;
+                    else if (c != ',')
+                        in = in_t::run;
+                } else if (c == ',' && !open.empty()) {
+                    expect = open.back() == '[' ? expect_t::value : expect_t::key;
+                } else if ((c == ']' && !open.empty() && open.back() == '[') || (c == '}' && !open.empty() && open.back() == '{')) {
+                    open.pop_back();
+                } else if (c != ']' || !open.empty()) {
+                    in = in_t::run; // nothing may follow a value here: read along as the parser does
                 }
                 break;
             case in_t::basic:
+                if (escape)
+                    escape = false;
+                else if (c == '\\')
+                    escape = true;
+                else if (c == '"')
+                    closed();
+                break;
             case in_t::basiclines:
-                if (c == '\\' && rest.size() > 1 && rest[1] != '\n' && static_cast<unsigned char>(rest[1]) < 0x80)
-                    ++i; // an escaped quote or backslash does not end the string
-                else if (in == in_t::basic ? c == '"' : basicend)
-                    in = in_t::text;
+                if (escape) {
+                    if (misread(c))
+                        return refuse("an escape cannot start with the character " + named(c));
+                    escape = false;
+                    skipping = c == ' ' || c == '\t' || c == '\r';
+                    if (skipping) // a line-ending backslash: its blanks, its line end, then the next line's blanks
+                        break;
+                } else if (skipping && c != '"' && c != '\\' && c != '\r') {
+                    if (misread(c))
+                        return refuse("the character " + named(c) + " cannot follow a line-ending backslash here "
+                                      "(the TOML reader misreads it); write it as \\u" + named(c).substr(2));
+                    skipping = tomlblank(c);
+                } else if (c == '\\') {
+                    escape = true;
+                    skipping = false;
+                } else if (c == '"') {
+                    skipping = false;
+                    const std::size_t n = quotes(i, '"');
+                    if (n >= 3) {
+                        closed();
+                        i += n;
+                        column += n - 1;
+                        continue;
+                    }
+                }
                 break;
             case in_t::literal:
                 if (c == '\'')
-                    in = in_t::text;
+                    closed();
                 break;
             case in_t::literallines:
-                if (literalend)
-                    in = in_t::text;
+                if (c == '\'') {
+                    const std::size_t n = quotes(i, '\'');
+                    if (n >= 3) {
+                        closed();
+                        i += n;
+                        column += n - 1;
+                        continue;
+                    }
+                }
                 break;
             case in_t::comment:
                 break;
             }
+            i += length;
         }
         return true;
     }
 
-    // A finite number, integer or not.
-    bool number(const toml::node& node, const char* key, double& value)
+    // ---- Values by their form and range
+
+    std::string outside(const keyinfo_t& key, bool each) const
     {
-        if (!node.is_number()) {
-            problem(node.source(), std::string(key) + " must be a number");
-            return false;
-        }
-        value = node.value<double>().value_or(0.0);
-        if (!std::isfinite(value)) {
-            problem(node.source(), std::string(key) + " must be finite");
-            return false;
-        }
-        return true;
+        return std::string(each ? "each number of " : "") + key.name + " must lie from " + bound(key.least) + " to "
+             + bound(key.most) + (*key.unit ? " " : "") + key.unit;
     }
 
-    bool notnegative(const toml::node& node, const char* key, double& value)
+    // One number of a key, in its range. Integers past 2^53 keep their
+    // magnitude as doubles (never 0): each range refuses them.
+    bool number(const toml::node& node, const keyinfo_t& key, bool each, double& value)
     {
-        if (!number(node, key, value))
+        if (const toml::value<std::int64_t>* integer = node.as_integer())
+            value = static_cast<double>(integer->get());
+        else if (const toml::value<double>* real = node.as_floating_point())
+            value = real->get();
+        else {
+            problem(node.source(), std::string(key.name) + (each ? " must hold numbers only" : " must be a number"));
             return false;
-        if (value < 0.0) {
-            problem(node.source(), std::string(key) + " must not be negative");
+        }
+        if (!(value >= key.least && value <= key.most)) {
+            problem(node.source(), outside(key, each));
             return false;
         }
         return true;
     }
 
-    bool vector(const toml::node& node, const char* key, vec3_t& value)
+    bool whole(const toml::node& node, const keyinfo_t& key, double& value)
+    {
+        const toml::value<std::int64_t>* integer = node.as_integer();
+        if (integer == nullptr) {
+            problem(node.source(), std::string(key.name) + " must be a whole number");
+            return false;
+        }
+        const std::int64_t n = integer->get();
+        if (!(static_cast<double>(n) >= key.least && static_cast<double>(n) <= key.most)) {
+            problem(node.source(), outside(key, false));
+            return false;
+        }
+        value = static_cast<double>(n);
+        return true;
+    }
+
+    bool numbers(const toml::node& node, const keyinfo_t& key, std::size_t least, std::size_t most, value_t& value)
     {
         const toml::array* array = node.as_array();
-        if (array == nullptr || array->size() != 3) {
-            problem(node.source(), std::string(key) + " must be an array of three numbers [x, y, z]");
+        if (array == nullptr || array->size() < least || array->size() > most) {
+            problem(node.source(), key.form == form_t::color
+                                       ? std::string(key.name) + " must be an array [red, green, blue] or [red, green, blue, alpha]"
+                                       : std::string(key.name) + " must be an array of three numbers [x, y, z]");
             return false;
         }
-        double v[3];
-        for (std::size_t i = 0; i < 3; ++i)
-            if (!number((*array)[i], key, v[i]))
+        for (std::size_t i = 0; i < array->size(); ++i)
+            if (!number((*array)[i], key, true, value.number[i]))
                 return false;
-        value = {v[0], v[1], v[2]};
         return true;
     }
 
-    bool color(const toml::node& node, geokit::color3a_t& value)
+    // A file named relative to the show file's folder; only its name is
+    // checked here.
+    bool file(const toml::node& node, const keyinfo_t& key, const char* what, value_t& value)
     {
-        const toml::array* array = node.as_array();
-        if (array == nullptr || (array->size() != 3 && array->size() != 4)) {
-            problem(node.source(), "color must be an array [red, green, blue] or [red, green, blue, alpha]");
+        const std::optional<std::string_view> name = node.value<std::string_view>();
+        if (!name || name->empty()) {
+            problem(node.source(), std::string(key.name) + " must name " + what);
             return false;
         }
-        float c[4] = {0.0f, 0.0f, 0.0f, 1.0f};
-        for (std::size_t i = 0; i < array->size(); ++i) {
-            double v = 0.0;
-            if (!number((*array)[i], "a color component", v))
-                return false;
-            if (v < 0.0 || v > 1.0) {
-                problem((*array)[i].source(), "a color component must lie from 0 to 1");
-                return false;
+        if (name->find('\0') != std::string_view::npos) {
+            problem(node.source(), std::string(key.name) + ": a file's name cannot hold the character U+0000");
+            return false;
+        }
+        if (name->size() >= PATH_MAX) {
+            problem(node.source(), std::string(key.name) + ": the name " + quoted(*name) + " is longer than the "
+                                       + std::to_string(PATH_MAX - 1) + " bytes a file's name may have");
+            return false;
+        }
+        const std::filesystem::path path(*name);
+        value.file = (path.is_absolute() ? path : m_folder / path).string();
+        return true;
+    }
+
+    // Reads the keys of a table that `kind` takes into `entry`: every value
+    // in its form and range, every key given that it needs. `handled` names
+    // a key read before (the kind) or is null; `what` names the table in
+    // messages ("the shell", "the music"), `unknown` lists the keys there
+    // are and `filewhat` says what its file is.
+    template <std::size_t N>
+    void readkeys(const toml::table& table, const keyinfo_t (&keys)[N], kindset_t kind, const char* handled,
+                  const std::string& what, const std::string& unknown, const char* filewhat, entry_t& entry)
+    {
+        for (const keyinfo_t& key : keys)
+            if ((key.needs & kind) != 0 && table.get(key.name) == nullptr)
+                problem(table.source(), key.needs == everykind ? what + " has no " + key.name
+                                                               : "a " + kindname(entry.kind) + " shell needs a " + key.name);
+        for (auto&& [name, node] : table) {
+            const std::string_view k = name.str();
+            if (handled != nullptr && k == handled)
+                continue;
+            const keyinfo_t* key = findkey(keys, k);
+            if (key == nullptr) {
+                problem(name.source(), "unknown key '" + escaped(k, quotedchars, false) + "' " + unknown);
+                continue;
             }
-            c[i] = static_cast<float>(v);
+            if ((key->takes & kind) == 0) {
+                problem(name.source(), "'" + std::string(k) + "' does not apply to a " + kindname(entry.kind) + " shell");
+                continue;
+            }
+            value_t value;
+            value.where = node.source();
+            bool ok = false;
+            switch (key->form) {
+            case form_t::number: ok = number(node, *key, false, value.number[0]); break;
+            case form_t::whole: ok = whole(node, *key, value.number[0]); break;
+            case form_t::vector: ok = numbers(node, *key, 3, 3, value); break;
+            case form_t::color: ok = numbers(node, *key, 3, 4, value); break;
+            case form_t::file: ok = file(node, *key, filewhat, value); break;
+            }
+            if (ok)
+                entry.values.emplace(std::string(k), std::move(value));
         }
-        value = {c[0], c[1], c[2], c[3]};
-        return true;
-    }
-
-    bool count(const toml::node& node, std::size_t& value)
-    {
-        if (!node.is_integer()) {
-            problem(node.source(), "count must be a whole number");
-            return false;
-        }
-        const std::int64_t n = node.value<std::int64_t>().value_or(0);
-        if (n < 1) {
-            problem(node.source(), "count must be at least 1");
-            return false;
-        }
-        if (static_cast<std::uint64_t>(n) > maxshells) {
-            problem(node.source(), "count " + std::to_string(n) + " exceeds the limit of "
-                                       + std::to_string(maxshells) + " shells in a show");
-            return false;
-        }
-        value = static_cast<std::size_t>(n);
-        return true;
     }
 
     bool readentry(toml::table& table, entry_t& entry)
@@ -378,7 +745,7 @@ private:
         const std::size_t before = m_problems.size();
         const toml::node* kind = table.get("kind");
         if (kind == nullptr) {
-            problem(table.source(), "the shell has no kind (" + std::string(kindchoice) + ")");
+            problem(table.source(), "the shell has no kind (" + kindchoice() + ")");
             return false;
         }
         const std::optional<std::string_view> name = kind->value<std::string_view>();
@@ -389,50 +756,14 @@ private:
                 known = true;
             }
         if (!known) {
-            problem(kind->source(), name ? "unknown kind \"" + std::string(*name) + "\" (choose " + kindchoice + ")"
-                                         : std::string("kind must be a string: ") + kindchoice);
+            problem(kind->source(), name ? "unknown kind " + quoted(*name) + " (choose " + kindchoice() + ")"
+                                         : "kind must be a string: " + kindchoice());
             return false;
         }
-        if (table.get("time") == nullptr)
-            problem(table.source(), "the shell has no time");
-        if (entry.kind == kind_t::scene && table.get("file") == nullptr)
-            problem(table.source(), "a scene shell needs a file");
-
-        for (auto&& [key, node] : table) {
-            const std::string_view k = key.str();
-            bool common = false;
-            for (const char* c : commonkeys)
-                common = common || k == c;
-            if (!common && !accepts(entry.kind, k)) {
-                bool exists = false;
-                for (const kindinfo_t& info : kinds)
-                    exists = exists || accepts(info.kind, k);
-                problem(key.source(), exists ? "'" + std::string(k) + "' does not apply to a " + kindname(entry.kind)
-                                                   + " shell"
-                                             : "unknown key '" + std::string(k) + "' (known: " + knownkeys + ")");
-                continue;
-            }
-            if (k == "time")
-                notnegative(node, "time", entry.time);
-            else if (k == "position")
-                vector(node, "position", entry.position);
-            else if (k == "velocity")
-                entry.hasvelocity = vector(node, "velocity", entry.velocity);
-            else if (k == "fuse")
-                entry.hasfuse = notnegative(node, "fuse", entry.fuse);
-            else if (k == "color")
-                entry.hascolor = color(node, entry.color);
-            else if (k == "speed")
-                notnegative(node, "speed", entry.speed);
-            else if (k == "count")
-                count(node, entry.count);
-            else if (k == "interval")
-                notnegative(node, "interval", entry.interval);
-            else if (k == "step")
-                vector(node, "step", entry.step);
-            else if (k == "file")
-                scenefile(node, entry);
-        }
+        static const std::string unknown = "(known: kind, " + keynames(shellkeys) + ")";
+        readkeys(table, shellkeys, kindbit(entry.kind), "kind", "the shell", unknown, "a scene file", entry);
+        if (entry.kind == kind_t::scene && entry.get("file") != nullptr)
+            readscene(entry);
         if (m_problems.size() != before)
             return false;
         return limits(table, entry);
@@ -444,73 +775,53 @@ private:
     {
         toml::table* table = node.as_table();
         if (table == nullptr) {
-            problem(node.source(), "'music' must be a table [music] with file, offset and gain");
+            problem(node.source(), "'music' must be a table [music] with " + keynames(musickeys, " and "));
             return;
         }
-        const toml::node* file = table->get("file");
-        if (file == nullptr)
-            problem(table->source(), "the music has no file");
-        for (auto&& [key, value] : *table) {
-            const std::string_view k = key.str();
-            if (k == "file") {
-                const std::optional<std::string_view> name = value.value<std::string_view>();
-                if (!name || name->empty()) {
-                    problem(value.source(), "file must name a music file");
-                    continue;
-                }
-                const std::filesystem::path path(*name);
-                music.file = (path.is_absolute() ? path : m_folder / path).string();
-                music.line = value.source().begin.line;
-                music.column = value.source().begin.column;
-                music.showfile = m_path;
-            } else if (k == "offset") {
-                if (number(value, "offset", music.offset) && std::fabs(music.offset) > maxmusicoffset)
-                    problem(value.source(), "offset must lie within " + std::to_string(int(maxmusicoffset))
-                                                + " s either side of the show's start");
-            } else if (k == "gain") {
-                if (notnegative(value, "gain", music.gain) && music.gain > maxmusicgain)
-                    problem(value.source(), "gain must be at most " + std::to_string(int(maxmusicgain)));
-            } else {
-                problem(key.source(), "unknown key '" + std::string(k) + "' (music takes file, offset, gain)");
-            }
+        entry_t entry;
+        readkeys(*table, musickeys, everykind, nullptr, "the music", "(music takes " + keynames(musickeys) + ")",
+                 "a music file", entry);
+        if (const value_t* file = entry.get("file")) {
+            music.file = file->file;
+            music.line = file->where.begin.line;
+            music.column = file->where.begin.column;
+            music.showfile = m_path;
         }
-    }
-
-    static std::string kindname(kind_t kind)
-    {
-        for (const kindinfo_t& info : kinds)
-            if (info.kind == kind)
-                return info.name;
-        return {};
+        music.offset = entry.number("offset", music.offset);
+        music.gain = entry.number("gain", music.gain);
     }
 
     // Reads each named scene file once; its problem is reported where it is named.
-    void scenefile(const toml::node& node, entry_t& entry)
+    bool readscene(const entry_t& entry)
     {
-        const std::optional<std::string_view> name = node.value<std::string_view>();
-        if (!name || name->empty()) {
-            problem(node.source(), "file must name a scene file");
-            return;
-        }
-        const std::filesystem::path file(*name);
-        entry.file = (file.is_absolute() ? file : m_folder / file).string();
-        if (m_scenes.count(entry.file) != 0)
-            return;
+        const value_t& named = *entry.get("file");
+        const std::string& path = named.file;
+        if (m_scenes.count(path) != 0)
+            return true;
         fileformat_t format = fileformat_t::scene;
-        if (sniffformat(entry.file.c_str(), format) && format == fileformat_t::show) {
-            problem(node.source(), "scene file: " + entry.file + " is a show file; a show includes scene files only");
-            return;
+        std::string message;
+        if (!sniffformat(path.c_str(), format, message)) {
+            problem(named.where, "scene file: " + message);
+            return false;
+        }
+        if (format == fileformat_t::show) {
+            problem(named.where, "scene file: " + path + " is a show file; a show includes scene files only");
+            return false;
         }
         std::vector<firework_t> scene;
-        std::string message;
-        if (!readscenefile(entry.file.c_str(), scene, message, m_progress)) {
-            problem(node.source(), "scene file: " + message);
-            return;
+        if (!readscenefile(path.c_str(), scene, message, m_progress)) {
+            problem(named.where, "scene file: " + message);
+            return false;
         }
-        m_scenes.emplace(entry.file, std::move(scene));
+        if (scene.empty()) {
+            problem(named.where, "scene file: " + path + " holds no fireworks: the entry would show nothing");
+            return false;
+        }
+        m_scenes.emplace(path, std::move(scene));
+        return true;
     }
 
-    // Shells a repetition adds, and the time of the last: both bounded.
+    // Shells a repetition adds, and the time and place of the last: all bounded.
     bool limits(const toml::table& table, const entry_t& entry)
     {
         std::size_t each = 1;
@@ -519,21 +830,33 @@ private:
         else if (entry.kind == kind_t::miniexhibition)
             each = 5;
         else if (entry.kind == kind_t::scene)
-            each = m_scenes.at(entry.file).size();
-        const toml::node* count = table.get("count");
-        const toml::source_region& where = count != nullptr ? count->source() : table.source();
-        if (each != 0 && (entry.count > maxshells / each || m_total + entry.count * each > maxshells)) {
+            each = m_scenes.at(entry.get("file")->file).size();
+        const std::size_t count = entry.count();
+        const toml::node* counted = table.get("count");
+        const toml::source_region& where = counted != nullptr ? counted->source() : table.source();
+        if (count > maxshells / each || m_total + count * each > maxshells) {
             problem(where, "this would make the show hold more than " + std::to_string(maxshells) + " shells");
             return false;
         }
-        m_total += entry.count * each;
-        const double last = entry.time + static_cast<double>(entry.count - 1) * entry.interval;
-        if (!std::isfinite(static_cast<float>(last))) {
-            problem(where, "the last repetition's time is too large");
+        const double n = static_cast<double>(count - 1);
+        const double last = entry.number("time", 0.0) + n * entry.number("interval", 0.0);
+        if (last > maxshowtime) {
+            problem(where, "the last repetition would go up at " + bound(last) + " s, after the latest time a show may use ("
+                               + bound(maxshowtime) + " s)");
             return false;
         }
+        const double* position = entry.vector("position");
+        const double* step = entry.vector("step");
+        for (int axis = 0; axis < 3; ++axis)
+            if (std::fabs(position[axis] + n * step[axis]) > maxdistance) {
+                problem(where, "the last repetition would stand more than " + bound(maxdistance) + " m out");
+                return false;
+            }
+        m_total += count * each;
         return true;
     }
+
+    // ---- Building
 
     // Built once per distinct kind, colour and speed.
     using designkey_t = std::tuple<kind_t, float, float, float, float, float>;
@@ -543,26 +866,34 @@ private:
         std::size_t design = 0;
     };
 
+    static geokit::color3a_t colorof(const value_t& value)
+    {
+        const double* c = value.number;
+        return {static_cast<float>(c[0]), static_cast<float>(c[1]), static_cast<float>(c[2]), static_cast<float>(c[3])};
+    }
+
     const made_t& made(show_t& show, const entry_t& entry)
     {
-        const geokit::color3a_t& c = entry.color;
-        const designkey_t key{entry.kind, entry.hascolor ? c.r : -1.0f, c.g, c.b, c.a, static_cast<float>(entry.speed)};
+        const value_t* color = entry.get("color");
+        const geokit::color3a_t c = color != nullptr ? colorof(*color) : geokit::color3a_t{};
+        const float speed = static_cast<float>(entry.number("speed", 6.25));
+        const designkey_t key{entry.kind, color != nullptr ? c.r : -1.0f, c.g, c.b, c.a, speed};
         auto found = m_made.find(key);
         if (found != m_made.end())
             return found->second;
         std::vector<firework_t> scene;
         switch (entry.kind) {
         case kind_t::single:
-            entry.hascolor ? makesingle(scene, c) : makesingle(scene);
+            color != nullptr ? makesingle(scene, c) : makesingle(scene);
             break;
         case kind_t::simple:
-            makesimple(scene, static_cast<float>(entry.speed), entry.hascolor ? c : geokit::color3a_t{1, 1, 1, 1});
+            makesimple(scene, speed, color != nullptr ? c : geokit::color3a_t{1, 1, 1, 1});
             break;
         case kind_t::blink:
-            entry.hascolor ? makeblink(scene, c) : makeblink(scene);
+            color != nullptr ? makeblink(scene, c) : makeblink(scene);
             break;
         default:
-            entry.hascolor ? makesusuki(scene, c) : makesusuki(scene);
+            color != nullptr ? makesusuki(scene, c) : makesusuki(scene);
             break;
         }
         made_t result;
@@ -572,14 +903,14 @@ private:
         return m_made.emplace(key, std::move(result)).first->second;
     }
 
-    static geokit::position3_t moved(const geokit::position3_t& p, const vec3_t& by)
+    static geokit::position3_t moved(const geokit::position3_t& p, const double* by)
     {
-        return {static_cast<float>(p.x + by.x), static_cast<float>(p.y + by.y), static_cast<float>(p.z + by.z)};
+        return {static_cast<float>(p.x + by[0]), static_cast<float>(p.y + by[1]), static_cast<float>(p.z + by[2])};
     }
 
     // Headers and designs of a placed scene or built-in show, shifted in time and place.
     void place(show_t& show, const std::vector<firework_t>& headers, const std::vector<std::size_t>& designs,
-               double time, const vec3_t& at)
+               double time, const double* at)
     {
         for (std::size_t k = 0; k < headers.size(); ++k) {
             firework_t shell = headers[k];
@@ -608,36 +939,45 @@ private:
         std::vector<firework_t> placed;
         std::vector<std::size_t> designs;
         for (const entry_t& entry : entries) {
-            for (std::size_t i = 0; i < entry.count; ++i) {
+            const double start = entry.number("time", 0.0);
+            const double interval = entry.number("interval", 0.0);
+            const double* position = entry.vector("position");
+            const double* step = entry.vector("step");
+            const value_t* velocity = entry.get("velocity");
+            const value_t* fuse = entry.get("fuse");
+            if (entry.kind == kind_t::random || entry.kind == kind_t::miniexhibition) {
+                // Made once for the entry (the random show draws its
+                // velocities then) and placed at every repetition.
+                placed.clear();
+                makebuiltin(entry.kind == kind_t::random ? "random" : "miniexhibition", placed);
+                share(show, placed, designs);
+            }
+            for (std::size_t i = 0; i < entry.count(); ++i) {
                 const double n = static_cast<double>(i);
-                const double time = entry.time + n * entry.interval;
-                const vec3_t at{entry.position.x + n * entry.step.x, entry.position.y + n * entry.step.y,
-                                entry.position.z + n * entry.step.z};
-                if (isshell(entry.kind)) {
+                const double time = start + n * interval;
+                const double at[3] = {position[0] + n * step[0], position[1] + n * step[1], position[2] + n * step[2]};
+                if ((kindbit(entry.kind) & oneshell) != 0) {
                     const made_t& maker = made(show, entry);
                     firework_t shell = maker.header;
                     shell.time = static_cast<float>(time);
                     shell.position = moved(shell.position, at);
-                    if (entry.hasvelocity)
-                        shell.velocity = {static_cast<float>(entry.velocity.x), static_cast<float>(entry.velocity.y),
-                                          static_cast<float>(entry.velocity.z)};
-                    if (entry.hasfuse)
-                        shell.fuse = static_cast<float>(entry.fuse);
+                    if (velocity != nullptr)
+                        shell.velocity = {static_cast<float>(velocity->number[0]), static_cast<float>(velocity->number[1]),
+                                          static_cast<float>(velocity->number[2])};
+                    if (fuse != nullptr)
+                        shell.fuse = static_cast<float>(fuse->number[0]);
                     show.shells.push_back(std::move(shell));
                     show.design.push_back(maker.design);
                 } else if (entry.kind == kind_t::scene) {
-                    std::vector<firework_t>& scene = m_scenes.at(entry.file);
-                    auto found = scenedesigns.find(entry.file);
+                    const std::string& file = entry.get("file")->file;
+                    std::vector<firework_t>& scene = m_scenes.at(file);
+                    auto found = scenedesigns.find(file);
                     if (found == scenedesigns.end()) {
                         share(show, scene, designs);
-                        found = scenedesigns.emplace(entry.file, designs).first;
+                        found = scenedesigns.emplace(file, designs).first;
                     }
                     place(show, scene, found->second, time, at);
                 } else {
-                    // The random show draws new velocities at every placing.
-                    placed.clear();
-                    makebuiltin(entry.kind == kind_t::random ? "random" : "miniexhibition", placed);
-                    share(show, placed, designs);
                     place(show, placed, designs, time, at);
                 }
             }
@@ -656,24 +996,6 @@ private:
     std::map<designkey_t, made_t> m_made;
 };
 
-// Names from the file and the parser's quote of the character it saw may hold
-// line ends: a problem stays on one line.
-std::string oneline(std::string_view text)
-{
-    std::string line;
-    for (char c : text) {
-        if (c == '\n')
-            line += "\\n";
-        else if (c == '\r')
-            line += "\\r";
-        else if (c == '\t')
-            line += "\\t";
-        else
-            line += c;
-    }
-    return line;
-}
-
 bool isdigits(std::string_view text, int base)
 {
     if (text.empty())
@@ -686,19 +1008,29 @@ bool isdigits(std::string_view text, int base)
 
 } // namespace
 
-bool sniffformat(const char* path, fileformat_t& format)
+bool sniffformat(const char* path, fileformat_t& format, std::string& message)
 {
-    std::error_code error;
-    if (std::filesystem::is_directory(path, error))
+    std::string reason;
+    const int fd = basekit::openregular(path, reason);
+    if (fd < 0) {
+        message = printable(path) + ": " + reason;
         return false;
-    std::ifstream is(path, std::ios::binary);
-    if (!is)
+    }
+    char buffer[512];
+    ssize_t got = 0;
+    while ((got = ::read(fd, buffer, sizeof buffer)) < 0 && errno == EINTR) {}
+    const int error = errno;
+    ::close(fd);
+    if (got < 0) {
+        message = printable(path) + ": cannot read the file (" + std::strerror(error) + ")";
         return false;
-    char buffer[256];
-    is.read(buffer, sizeof buffer);
-    std::string_view line(buffer, static_cast<std::size_t>(is.gcount()));
-    if (is.bad())
+    }
+    std::string_view line(buffer, static_cast<std::size_t>(got));
+    // Neither kind holds a NUL byte; text files never do.
+    if (line.find('\0') != std::string_view::npos) {
+        message = printable(path) + ": a binary file, neither a show file nor a scene file";
         return false;
+    }
     line = line.substr(0, line.find('\n'));
     while (!line.empty() && std::isspace(static_cast<unsigned char>(line.back())))
         line.remove_suffix(1);
@@ -711,8 +1043,8 @@ bool sniffformat(const char* path, fileformat_t& format)
 
 std::string musicproblem(const music_t& music, const std::string& reason)
 {
-    return oneline(music.showfile + ":" + std::to_string(music.line) + ":" + std::to_string(music.column)
-                   + ": music file: " + music.file + ": " + reason);
+    return printable(music.showfile + ":" + std::to_string(music.line) + ":" + std::to_string(music.column)
+                     + ": music file: " + music.file + ": " + reason);
 }
 
 bool readshowfile(const char* path, show_t& show, std::vector<std::string>& problems, const readprogress_t& progress)
@@ -725,7 +1057,7 @@ bool readshowtext(const std::string& text, const char* path, show_t& show, std::
                   const readprogress_t& progress)
 {
     if (text.size() > maxshowbytes) {
-        problems.push_back(std::string(path) + ": a show file may hold at most " + std::to_string(maxshowbytes >> 20)
+        problems.push_back(printable(path) + ": a show file may hold at most " + std::to_string(maxshowbytes >> 20)
                            + " MB");
         return false;
     }

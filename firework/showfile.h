@@ -30,14 +30,19 @@ inline constexpr double maxmusicgain = 16.0;
 
 enum class fileformat_t { scene, show };
 
-// A scene file's first line is its count of fireworks; anything else is taken
-// for a show file. False when the file cannot be read.
-bool sniffformat(const char* path, fileformat_t& format);
+// A scene file's first line is its count of fireworks; any other text is
+// taken for a show file. False, with one line "PATH: why" in `message`, for
+// what is neither: a file that cannot be read, one that is not a regular
+// file (refused before it is read: a FIFO could block, a device never end)
+// and a binary file.
+bool sniffformat(const char* path, fileformat_t& format, std::string& message);
 
 // Reads a show file. Every problem found is appended to `problems` as one line
-// "FILE:LINE:COLUMN: what is wrong"; the show is built only when there is
-// none. Shells and scene files are checked before anything is built, so a
-// refused file costs no more than its text.
+// "FILE:LINE:COLUMN: what is wrong", quoting at most a short excerpt of what
+// the file holds, escaped so that nothing in it acts on a terminal; the show
+// is built only when there is none. Shells and scene files are checked before
+// anything is built, so a refused file costs no more than its text. Every
+// number must lie in its range (firework/valueranges.h); text is UTF-8.
 bool readshowfile(const char* path, show_t& show, std::vector<std::string>& problems,
                   const readprogress_t& progress = {});
 

@@ -12,20 +12,30 @@
 
 namespace geokit {
 
+const char* glerrortext(unsigned code)
+{
+    if (const GLubyte* text = gluErrorString(code))
+        return reinterpret_cast<const char*>(text);
+    // A text left out would leave the line without its reason, and inserting
+    // a null text would set the stream's bad bit and silence every later
+    // error line: a code GLU does not know gets a text all the same.
+    return code == GL_CONTEXT_LOST ? "context lost" : "unknown error";
+}
+
+void grPrintErrorCode(const char* label, unsigned code)
+{
+    if (label) std::cerr << label << ": ";
+    // Decimal without touching the stream's base: the viewer leaves it in hex.
+    std::cerr << "Error " << std::to_string(code) << ": " << glerrortext(code);
+    basekit::error();
+    std::cerr << std::endl;
+}
+
 int grPrintError(const char* label)
 {
     const GLenum code = glGetError();
     if (code == GL_NO_ERROR) return 0;
-    if (label) std::cerr << label << ": ";
-    // Decimal without touching the stream's base: the viewer leaves it in hex.
-    std::cerr << "Error " << std::to_string(code) << ": ";
-    // A null text sets the stream's bad bit, as inserting a null text does.
-    if (auto text = gluErrorString(code))
-        std::cerr << reinterpret_cast<const char*>(text);
-    else
-        std::cerr.setstate(std::ios_base::badbit);
-    basekit::error();
-    std::cerr << std::endl;
+    grPrintErrorCode(label, code);
     return 1;
 }
 

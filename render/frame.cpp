@@ -5,8 +5,6 @@
 #include "glload/glextloader.h"
 #include "glload/grerror.h"
 
-#include <GL/glu.h>
-
 #include <iostream>
 
 namespace vexlor {
@@ -14,13 +12,12 @@ namespace vexlor {
 void reportglerror()
 {
     const GLenum code = glGetError();
-    if (code == GL_NO_ERROR) return;
-    std::cerr << "error: " << std::hex << code << " ";
-    if (auto text = gluErrorString(code))
-        std::cerr << reinterpret_cast<const char*>(text);
-    else
-        std::cerr.setstate(std::ios_base::badbit);
-    std::cerr << std::endl;
+    if (code != GL_NO_ERROR) reportglerror(code);
+}
+
+void reportglerror(unsigned code)
+{
+    std::cerr << "error: " << std::hex << code << " " << geokit::glerrortext(code) << std::endl;
 }
 
 namespace {

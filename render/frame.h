@@ -17,8 +17,11 @@
 namespace vexlor {
 
 // "error: " + code in hex + text, when GL has an error pending; the stream is
-// left in hexadecimal.
+// left in hexadecimal. Every code has a text (geokit::glerrortext), so a
+// report never leaves standard error unusable.
 void reportglerror();
+// The same line for a given code.
+void reportglerror(unsigned code);
 
 class frame_t {
 public:

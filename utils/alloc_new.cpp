@@ -17,7 +17,8 @@ namespace {
 // it cannot be opened or is not a regular file.
 bool filesize(const char* path, e_prot_t prot, std::size_t& size)
 {
-    const int fd = ::open(path, prot == prot_readwrite ? O_RDWR : O_RDONLY);
+    // Without waiting: a FIFO would block the open until a writer came.
+    const int fd = ::open(path, (prot == prot_readwrite ? O_RDWR : O_RDONLY) | O_NONBLOCK);
     if (fd < 0)
         return false;
     struct stat st {};

@@ -15,10 +15,12 @@ bool workerpool_t::Init(unsigned workers)
         return true;
     Destroy();
     m_stop = false;
+    // New workers wait for the next job: the jobs counted so far are over.
+    const std::size_t generation = m_generation;
     try {
         m_threads.reserve(workers);
         for (unsigned i = 0; i < workers; ++i)
-            m_threads.emplace_back([this] { loop(); });
+            m_threads.emplace_back([this, generation] { loop(generation); });
     } catch (const std::system_error&) {
         Destroy();
         return false;
@@ -44,9 +46,8 @@ void workerpool_t::drain()
         m_task(m_context, part);
 }
 
-void workerpool_t::loop()
+void workerpool_t::loop(std::size_t seen)
 {
-    std::size_t seen = 0;
     std::unique_lock<std::mutex> lock(m_mutex);
     while (true) {
         m_wake.wait(lock, [&] { return m_stop || m_generation != seen; });

@@ -32,7 +32,8 @@ public:
     void run(std::size_t parts, task_t task, void* context);
 
 private:
-    void loop();
+    // `seen`: the last job started before the worker was.
+    void loop(std::size_t seen);
     void drain();
 
     std::vector<std::thread> m_threads;

@@ -1,10 +1,14 @@
 // Fuzz target for show files. The invariant: any input either yields a show
 // that can be played (at least one shell, at most maxshells, every header
-// without stars and naming an existing design) with no problem reported, or
-// yields no show and at least one problem, each one line that starts with the
-// file's name. Nothing may crash, hang or allocate without bound.
+// without stars and naming an existing design, every time, place and speed in
+// its range) with no problem reported, or yields no show and at least one
+// problem, each one line that starts with the file's name, short, and safe to
+// print: nothing in it acts on a terminal. Nothing may crash, hang or
+// allocate without bound; the sanitizers' undefined-behaviour checks stand
+// for the parser's points marked unreachable.
 #include "firework/evaluate.h"
 #include "firework/showfile.h"
+#include "firework/valueranges.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -22,6 +26,28 @@ void require(bool condition)
         std::abort();
 }
 
+// No control character (C0, DEL, C1) nor bidirectional control, as UTF-8 bytes.
+bool printable(const std::string& line)
+{
+    const auto* p = reinterpret_cast<const unsigned char*>(line.data());
+    for (std::size_t i = 0; i < line.size(); ++i) {
+        if (p[i] < 0x20 || p[i] == 0x7f)
+            return false;
+        if (p[i] == 0xc2 && i + 1 < line.size() && p[i + 1] >= 0x80 && p[i + 1] <= 0x9f)
+            return false;
+        if (p[i] == 0xe2 && i + 2 < line.size() && p[i + 1] == 0x80 && ((p[i + 2] >= 0xaa && p[i + 2] <= 0xae) || p[i + 2] == 0x8e || p[i + 2] == 0x8f))
+            return false;
+        if (p[i] == 0xe2 && i + 2 < line.size() && p[i + 1] == 0x81 && p[i + 2] >= 0xa6 && p[i + 2] <= 0xa9)
+            return false;
+    }
+    return true;
+}
+
+bool within(double value, double most)
+{
+    return value >= -most && value <= most;
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
@@ -33,13 +59,22 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (!read) {
         require(!problems.empty() && show.shells.empty() && show.designs.empty());
         for (const std::string& problem : problems)
-            require(problem.rfind(std::string(name) + ":", 0) == 0 && problem.find('\n') == std::string::npos);
+            require(problem.rfind(std::string(name) + ":", 0) == 0 && printable(problem) && problem.size() < 8192);
         return 0;
     }
     require(problems.empty() && !show.shells.empty() && show.shells.size() <= vexlor::maxshells);
     require(show.design.size() == show.shells.size());
-    for (std::size_t i = 0; i < show.shells.size(); ++i)
-        require(show.shells[i].fires.empty() && show.design[i] < show.designs.size());
+    for (std::size_t i = 0; i < show.shells.size(); ++i) {
+        const vexlor::firework_t& shell = show.shells[i];
+        require(shell.fires.empty() && show.design[i] < show.designs.size());
+        // No scene file is ever found here: every shell comes from the makers.
+        require(shell.time >= 0.0f && shell.time <= vexlor::maxshowtime + 3.0f);
+        require(shell.fuse >= 0.0f && shell.fuse <= vexlor::maxfuse);
+        require(within(shell.position.x, vexlor::maxdistance) && within(shell.position.y, vexlor::maxdistance)
+                && within(shell.position.z, vexlor::maxdistance));
+        require(within(shell.velocity.x, vexlor::maxspeed) && within(shell.velocity.y, vexlor::maxspeed)
+                && within(shell.velocity.z, vexlor::maxspeed));
+    }
     // One frame a little after the first launch: a readable show also plays.
     vexlor::evaluator_t evaluator;
     std::vector<vexlor::primitive_t> points;

@@ -9,8 +9,10 @@
 
 #include <cmath>
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <string>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
 
@@ -211,6 +213,30 @@ TEST(MusicStream, RefusesWhatItCannotPlay)
     float out[4] = {1, 1, 1, 1};
     EXPECT_FALSE(stream.read(out, 2));
     EXPECT_EQ(out[0], 0.0f);
+
+    // A FIFO or a device is refused unread (a FIFO without a writer would
+    // block the open: a hang times the test out); a folder is no track.
+    const std::string fifo = temppath(".fifo");
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    EXPECT_FALSE(sndkit::probemusic(fifo.c_str(), info, message));
+    EXPECT_EQ(message, "not a regular file (a FIFO)");
+    EXPECT_FALSE(stream.open("/dev/zero", 48000, message));
+    EXPECT_EQ(message, "not a regular file (a character device)");
+    EXPECT_FALSE(stream.open(::testing::TempDir().c_str(), 48000, message));
+    EXPECT_EQ(message, "cannot read the file (Is a directory)");
+    // What was opened and refused is closed again.
+    const auto descriptors = [] {
+        std::size_t count = 0;
+        for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) ++count;
+        return count;
+    };
+    const std::size_t before = descriptors();
+    for (int i = 0; i < 50; ++i) {
+        EXPECT_FALSE(sndkit::probemusic(text.c_str(), info, message));
+        EXPECT_FALSE(sndkit::probemusic(empty.c_str(), info, message));
+    }
+    EXPECT_EQ(descriptors(), before);
+    std::remove(fifo.c_str());
     std::remove(text.c_str());
     std::remove(empty.c_str());
 }

@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
+
 using namespace vexlor;
 using scenes::join;
 
@@ -76,4 +78,17 @@ TEST(LoadSave, WhatTheReaderPassesLoadReadsToTheSameScene)
         EXPECT_TRUE(scenes::identical(read, loaded)) << file;
     }
     EXPECT_GT(passed, 5u);
+}
+
+// A full disk fails a save, and errno tells why, whether the failure shows
+// on the writes of a long scene or only at the close of a short one.
+TEST(LoadSave, AFullDiskFailsTheSave)
+{
+    std::vector<firework_t> scene = scenes::small();
+    for (int i = 0; i < 200; ++i) scene.push_back(scene.front());
+    for (const std::vector<firework_t>& written : {scene, std::vector<firework_t>{}}) {
+        errno = 0;
+        EXPECT_FALSE(save("/dev/full", written)) << written.size();
+        EXPECT_EQ(errno, ENOSPC) << written.size();
+    }
 }

@@ -12,6 +12,10 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
+#include <fstream>
+
 #include <cmath>
 #include <functional>
 
@@ -78,6 +82,10 @@ std::vector<std::string> broken(const field_t& field)
 
 std::string expected(std::size_t line, const field_t& field, const std::string& found)
 {
+    // Well formed but beyond what the model's float holds: told as that.
+    if (found.find("1e39") != std::string::npos)
+        return "x.scene:" + std::to_string(line) + ": the " + field.what + " \"" + found
+             + "\" holds a number beyond the largest the model's float holds (3.40282e+38)";
     const std::string as = field.kind == count    ? "an unsigned integer"
                          : field.kind == number ? "a finite decimal number"
                                                 : formof(field.form);
@@ -242,6 +250,82 @@ TEST(SceneReader, FilesAndMemoryAgreeAndProgressCanCancel)
     EXPECT_FALSE(check(dir.write("bad.scene", with(5, "0.5xyz")).c_str(), message));
     EXPECT_EQ(message, dir.path + "/bad.scene:5: expected the fuse as a finite decimal number, found \"0.5xyz\"");
     EXPECT_TRUE(check(path.c_str(), message));
+}
+
+namespace {
+
+// Bytes this process has read from files so far (Linux counts them per process).
+std::uint64_t bytesread()
+{
+    std::ifstream io("/proc/self/io");
+    std::string key;
+    std::uint64_t value = 0;
+    while (io >> key >> value)
+        if (key == "rchar:")
+            return value;
+    return 0;
+}
+
+} // namespace
+
+// What may never end is never read to its end: a FIFO or a device is refused
+// before a byte of it is read (a FIFO without a writer would block the open;
+// a hang times the test out), and an over-long line is refused as soon as it
+// is too long, whatever follows it.
+TEST(SceneReader, EndlessInputsAreRefusedUnread)
+{
+    tempdir dir;
+    const std::string fifo = dir.path + "/fifo.scene";
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    std::vector<firework_t> scene = scenes::small();
+    std::string message;
+    EXPECT_FALSE(readscene(fifo.c_str(), scene, message));
+    EXPECT_EQ(message, fifo + ": not a regular file (a FIFO)");
+    EXPECT_TRUE(scene.empty());
+    EXPECT_FALSE(readscene("/dev/zero", scene, message));
+    EXPECT_EQ(message, "/dev/zero: not a regular file (a character device)");
+
+    // A line of 64 MiB without its end: no more than a window of it is read.
+    const std::string path = dir.path + "/long.scene";
+    {
+        std::ofstream os(path, std::ios::binary);
+        os << "1\n";
+        const std::string block(1 << 20, '7');
+        for (int i = 0; i < 64; ++i) os << block;
+    }
+    const std::uint64_t before = bytesread();
+    EXPECT_FALSE(readscene(path.c_str(), scene, message));
+    const std::uint64_t read = bytesread() - before;
+    EXPECT_EQ(message, path + ":2: expected the launch time as a finite decimal number, found \""
+                           + std::string(40, '7') + "...\"");
+    EXPECT_LT(read, 1u << 20) << "the rest of the line was read";
+}
+
+// The last line may lack its line end in a file as in memory: it is read
+// where it stands, not where the window held it before its last fill.
+TEST(SceneReader, TheLastLineWithoutItsEndReadsTheSameFromAFile)
+{
+    tempdir dir;
+    std::string text = join(scenes::smalllines);
+    text.resize(text.size() - 2); // the last count's CR LF
+    for (const std::string& last : {std::string(), std::string("x"), std::string(300, '7')}) {
+        const std::string path = dir.write("cut.scene", text + last);
+        std::vector<firework_t> fromfile, frommemory;
+        std::string filemessage, memorymessage;
+        const bool fileread = readscene(path.c_str(), fromfile, filemessage);
+        EXPECT_EQ(fileread, readscenetext(path, text + last, frommemory, memorymessage)) << last;
+        EXPECT_EQ(filemessage, memorymessage) << last;
+        EXPECT_TRUE(scenes::identical(fromfile, frommemory)) << last;
+        EXPECT_EQ(fileread, last.empty()) << filemessage;
+    }
+    // A long last line starting near the window's front: the move overlaps it.
+    std::string letters;
+    for (int i = 0; i < 300; ++i) letters += static_cast<char>('a' + i % 26);
+    const std::string path = dir.write("one.scene", "1\r\n" + letters);
+    std::vector<firework_t> scene;
+    std::string message;
+    EXPECT_FALSE(readscene(path.c_str(), scene, message));
+    EXPECT_EQ(message, path + ":2: expected the launch time as a finite decimal number, found \"" + letters.substr(0, 40) + "...\"");
 }
 
 TEST(SceneReader, EveryBuiltInShowSavedPassesAndReadsBackAsLoadReadsIt)

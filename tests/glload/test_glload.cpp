@@ -88,4 +88,21 @@ TEST_F(GlLoad, PrintErrorReportsOnePendingErrorOnly)
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "Error 1280: " + text + "\n");
 }
 
+// GLU has no text for GL_CONTEXT_LOST, the error a reset driver leaves: the
+// report names it all the same and later lines still reach standard error.
+TEST_F(GlLoad, ACodeWithoutAGluTextLeavesTheStreamWorking)
+{
+    ASSERT_EQ(gluErrorString(GL_CONTEXT_LOST), nullptr) << "GLU learnt the code; pick another it does not know";
+    testing::internal::CaptureStderr();
+    geokit::grPrintErrorCode("display(9)", GL_CONTEXT_LOST);
+    geokit::grPrintErrorCode(nullptr, 0x1234);
+    std::cerr << "a later line" << std::endl;
+    const bool good = std::cerr.good();
+    std::cerr.clear();
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "display(9): Error 1287: context lost\nError 4660: unknown error\na later line\n");
+    EXPECT_TRUE(good);
+    EXPECT_STREQ(geokit::glerrortext(GL_INVALID_VALUE), reinterpret_cast<const char*>(gluErrorString(GL_INVALID_VALUE)));
+}
+
 } // namespace

@@ -2,6 +2,7 @@
 // (Mesa under Xvfb), read back pixel by pixel.
 #include "render/compare.h"
 #include "render/draw.h"
+#include "render/frame.h"
 #include "render/pgmshdr.h"
 #include "render/texture.h"
 
@@ -13,6 +14,7 @@
 
 #include <array>
 #include <cstring>
+#include <iostream>
 #include <string>
 #include <vector>
 
@@ -125,6 +127,19 @@ TEST_F(RenderGl, CompileAndLinkFailuresPrintTheDriversLog)
     glDeleteShader(vs);
     glDeleteShader(bad);
     EXPECT_TRUE(vexlor::shaderfailed()) << "the viewer would start and draw nothing";
+}
+
+// The frame's error line for a code GLU has no text for (GL_CONTEXT_LOST):
+// named, and standard error keeps working for every later line.
+TEST_F(RenderGl, ErrorLinesNeverSilenceStandardError)
+{
+    testing::internal::CaptureStderr();
+    vexlor::reportglerror(GL_CONTEXT_LOST);
+    std::cerr << std::dec << "and then " << 42 << std::endl;
+    const bool good = std::cerr.good();
+    std::cerr.clear();
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "error: 507 context lost\nand then 42\n");
+    EXPECT_TRUE(good);
 }
 
 // A program object tells whether it was built; an invalid fragment shader

@@ -1,7 +1,8 @@
 // ffmpeg runs in its own process group (a Ctrl-C is ours to handle), reads
 // frames from a pipe and writes a temporary file beside the output, which is
 // renamed into place when ffmpeg has finished well. Its own messages go to a
-// temporary file, so that its last error line can be told.
+// file in memory, so that its last error line can be told even when the disk
+// it writes to is full.
 #include "tools/render/ffmpegsink.h"
 
 #include "tools/render/soundtrack.h"
@@ -9,9 +10,11 @@
 #include <fcntl.h>
 #include <signal.h>
 #include <spawn.h>
+#include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -42,11 +45,10 @@ public:
     ffmpegsink_t(std::string program, fs::path target, outputkind_t kind, const sinkformat_t& format)
         : m_program(std::move(program)), m_target(std::move(target)), m_kind(kind), m_format(format)
     {
-        const std::string stem = "." + m_target.filename().string() + ".partial-" + std::to_string(getpid());
         const fs::path dir = m_target.has_parent_path() ? m_target.parent_path() : fs::path(".");
-        m_partial = dir / (stem + (kind == outputkind_t::mp4 ? ".mp4" : ".webm"));
-        m_sound = dir / (stem + ".wav");
-        m_log = dir / (stem + ".log");
+        const std::string name = m_target.filename().string();
+        m_partial = dir / partialname(dir.string(), name, kind == outputkind_t::mp4 ? ".mp4" : ".webm");
+        m_sound = dir / partialname(dir.string(), name, ".wav");
     }
     ~ffmpegsink_t() override
     {
@@ -96,7 +98,8 @@ public:
         close(m_pipe);
         m_pipe = -1;
         int status = 0;
-        while (waitpid(m_child, &status, 0) < 0 && errno == EINTR) {}
+        // A signal while ffmpeg finishes is a stop: the caller abandons.
+        if (waitpid(m_child, &status, 0) < 0) return interrupted(message);
         m_child = -1;
         if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) {
             message = failure("ffmpeg failed");
@@ -133,7 +136,8 @@ private:
     {
         std::error_code ec;
         fs::remove(m_sound, ec);
-        fs::remove(m_log, ec);
+        if (m_log >= 0) close(m_log);
+        m_log = -1;
     }
 
     std::vector<std::string> arguments() const
@@ -176,8 +180,11 @@ private:
         posix_spawn_file_actions_adddup2(&actions, fds[0], STDIN_FILENO);
         posix_spawn_file_actions_addclose(&actions, fds[0]);
         posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-        posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, m_log.c_str(),
-                                         O_WRONLY | O_CREAT | O_TRUNC, 0600);
+        if (m_log < 0) m_log = memfd_create("ffmpeg-messages", MFD_CLOEXEC);
+        if (m_log >= 0)
+            posix_spawn_file_actions_adddup2(&actions, m_log, STDERR_FILENO);
+        else
+            posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
         posix_spawnattr_t attributes;
         posix_spawnattr_init(&attributes);
         posix_spawnattr_setpgroup(&attributes, 0);
@@ -218,10 +225,20 @@ private:
             while (waitpid(m_child, nullptr, 0) < 0 && errno == EINTR) {}
             m_child = -1;
         }
-        std::ifstream log(m_log);
-        std::string line, last;
-        while (std::getline(log, line))
+        // Its last line that says anything; only the end of what it wrote is read.
+        std::string text(1 << 16, '\0');
+        const off_t size = m_log >= 0 ? lseek(m_log, 0, SEEK_END) : -1;
+        const off_t from = size > static_cast<off_t>(text.size()) ? size - static_cast<off_t>(text.size()) : 0;
+        const ssize_t got = size > 0 ? pread(m_log, text.data(), text.size(), from) : 0;
+        text.resize(got > 0 ? static_cast<std::size_t>(got) : 0);
+        std::string last;
+        std::size_t start = 0;
+        while (start < text.size()) {
+            const std::size_t end = std::min(text.find('\n', start), text.size());
+            const std::string line = text.substr(start, end - start);
             if (line.find_first_not_of(" \t\r") != std::string::npos) last = line;
+            start = end + 1;
+        }
         return last.empty() ? what : what + ": " + last;
     }
 
@@ -237,7 +254,7 @@ private:
     sinkformat_t m_format;
     fs::path m_partial;
     fs::path m_sound;
-    fs::path m_log;
+    int m_log = -1; // ffmpeg's messages, in memory
     pid_t m_child = -1;
     int m_pipe = -1;
     bool m_done = false;

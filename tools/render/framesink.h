@@ -53,5 +53,17 @@ std::unique_ptr<framesink_t> makesink(const std::string& output, const sinkforma
 // Frame k's file name inside a directory output: six digits.
 std::string framename(std::size_t k);
 constexpr std::size_t k_mostframefiles = 999999;
+// Whether a file's name is one framename() gives, for any k.
+bool isframename(const std::string& name);
+
+// The temporary name that stands beside an output called `name` in `folder`
+// while it is written: "." NAME ".partial-PID" SUFFIX, NAME cut short (never
+// inside a character) where the whole would be longer than the file system
+// takes, so that every output name it takes can be rendered to.
+std::string partialname(const std::string& folder, const std::string& name, const std::string& suffix);
+
+// Where an output is written: an output that is a symbolic link is written
+// through it, to its target.
+std::string writtenpath(const std::string& output);
 
 } // namespace vexlor

@@ -1,12 +1,14 @@
 // Option parsing and checking; sizes as WxH, times in seconds.
 #include "tools/render/options.h"
 
+#include "firework/valueranges.h"
 #include "tools/render/framesink.h"
 #include "tools/render/showsource.h"
 
 #include <CLI/CLI.hpp>
 
 #include <cmath>
+#include <cstdio>
 #include <iostream>
 #include <regex>
 
@@ -14,8 +16,14 @@ namespace vexlor {
 namespace {
 
 constexpr int k_largestside = 16384;
+// The largest frame in all: a cinema's 8K (8192x4320). Its buffers take a
+// few hundred megabytes; 16384 on both sides would take gigabytes.
+constexpr long k_mostpixels = 8192L * 4320L;
+// Frames a second: from a slide show's one to a slow-motion camera's thousand.
+constexpr double k_leastfps = 1.0;
+constexpr double k_mostfps = 1000.0;
 
-// "1920x1080": two whole numbers from 1 to 16384.
+// "1920x1080": two whole numbers from 1 to 16384, at most 8K in all.
 std::string readsize(const std::string& text, int& width, int& height)
 {
     static const std::regex form("([0-9]{1,6})[xX]([0-9]{1,6})");
@@ -25,7 +33,17 @@ std::string readsize(const std::string& text, int& width, int& height)
     height = std::stoi(match[2]);
     if (width < 1 || height < 1 || width > k_largestside || height > k_largestside)
         return "--size " + text + ": each side must be from 1 to " + std::to_string(k_largestside);
+    if (static_cast<long>(width) * height > k_mostpixels)
+        return "--size " + text + ": at most " + std::to_string(k_mostpixels) + " pixels in all (8192x4320)";
     return {};
+}
+
+// A number as the messages write it.
+std::string text(double value)
+{
+    char line[32];
+    std::snprintf(line, sizeof line, "%g", value);
+    return line;
 }
 
 std::string shownames()
@@ -76,9 +94,14 @@ int parseoptions(int argc, char** argv, renderoptions_t& options)
     };
     if (const std::string problem = readsize(size, options.width, options.height); !problem.empty())
         return usage(problem);
-    if (!(fps > 0.0) || !std::isfinite(fps) || fps > 1000.0)
-        return usage("--fps " + app.get_option("--fps")->as<std::string>() + ": must be above 0 and at most 1000");
-    if (!std::isfinite(from) || from < 0.0) return usage("--from: must be 0 or more seconds");
+    // Every time lies within a show's span, where the frames' float times
+    // still step by well under a frame (see firework/valueranges.h).
+    if (!(fps >= k_leastfps && fps <= k_mostfps))
+        return usage("--fps " + app.get_option("--fps")->as<std::string>() + ": must be from " + text(k_leastfps) +
+                     " to " + text(k_mostfps) + " frames a second");
+    if (!(from >= 0.0 && from <= maxshowtime))
+        return usage("--from " + app.get_option("--from")->as<std::string>() + ": must be from 0 to " +
+                     text(maxshowtime) + " seconds");
     if (toopt->count() > 0) {
         if (!std::isfinite(to) || to <= from) return usage("--to: must come after --from");
         if (to - from > k_longestrender)

@@ -9,6 +9,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <system_error>
@@ -54,16 +55,24 @@ public:
         const std::size_t stride = static_cast<std::size_t>(m_format.width) * 4;
         for (std::size_t i = 0; i < m_rows.size(); ++i)
             m_rows[i] = const_cast<png_bytep>(pixels + (m_rows.size() - 1 - i) * stride);
+        errno = 0;
         const bool written = write(file);
+        int error = errno;
         const bool closed = std::fclose(file) == 0;
         if (!written || !closed) {
-            message = m_path + ": cannot write the frame";
+            error = error != 0 ? error : errno;
+            message = m_path + ": cannot write the frame" + (error != 0 ? std::string(" (") + std::strerror(error) + ")" : "");
             return false;
         }
         ++m_count;
         return true;
     }
 
+    // Into an existing folder the files move one by one, and the frames an
+    // earlier render left there past this one's last are removed: the folder
+    // then holds this render's frames only. A render's own files are those
+    // it names: "frameNNNNNN.png" (six digits) and "sound.wav"; anything else
+    // in the folder is its owner's and is left alone.
     bool finish(std::string& message) override
     {
         std::error_code ec;
@@ -75,6 +84,13 @@ public:
                 if (ec) break;
             }
             if (!ec) fs::remove(m_partial, ec);
+            for (auto entry = fs::directory_iterator(m_target, ec); !ec && entry != fs::directory_iterator();
+                 entry.increment(ec)) {
+                const std::string name = entry->path().filename().string();
+                std::error_code kind;
+                if (isframename(name) && std::strtoul(name.c_str() + 5, nullptr, 10) >= m_count && entry->is_regular_file(kind))
+                    fs::remove(entry->path(), ec);
+            }
         }
         if (ec) {
             message = m_target.string() + ": " + ec.message();
@@ -94,7 +110,10 @@ public:
 private:
     bool write(FILE* file)
     {
-        png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
+        // libpng's own handlers print; a failure here is told in one line by the caller.
+        const auto fail = [](png_structp png, png_const_charp) { png_longjmp(png, 1); };
+        const auto ignore = [](png_structp, png_const_charp) {};
+        png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, fail, ignore);
         png_infop info = png ? png_create_info_struct(png) : nullptr;
         if (!info) {
             png_destroy_write_struct(&png, nullptr);
@@ -140,8 +159,7 @@ std::unique_ptr<framesink_t> makepngsink(const std::string& output, const sinkfo
     }
     fs::path parent = target.parent_path();
     if (parent.empty()) parent = ".";
-    const fs::path partial =
-        parent / ("." + target.filename().string() + ".partial-" + std::to_string(getpid()));
+    const fs::path partial = parent / partialname(parent.string(), target.filename().string(), "");
     fs::remove_all(partial, ec);
     if (!fs::create_directory(partial, ec)) {
         message = output + ": cannot write there (" + (ec ? ec.message() : "exists") + ")";

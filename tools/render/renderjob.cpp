@@ -8,6 +8,7 @@
 #include "firework/showrunner.h"
 #include "glload/glextloader.h"
 #include "render/frame.h"
+#include "render/pgmshdr.h"
 #include "tools/render/eglcontext.h"
 #include "tools/render/framesink.h"
 #include "tools/render/offscreen.h"
@@ -98,7 +99,12 @@ int render(const renderoptions_t& options, renderstats_t& stats)
     show_t show;
     std::string message;
     // A scene file's problem is told as the checker words it: FILE:LINE: what.
-    if (!openshow(options.show, show, message)) {
+    // A signal cancels the read of a large file within a chunk.
+    if (!openshow(options.show, show, message, [](std::uint64_t, std::uint64_t) { return g_stop == 0; })) {
+        if (g_stop) {
+            std::cerr << k_program << ": stopped; " << options.output << " was not written" << std::endl;
+            return k_stopped;
+        }
         std::cerr << message << std::endl;
         return 1;
     }
@@ -124,9 +130,17 @@ int render(const renderoptions_t& options, show_t scene, renderstats_t& stats)
     std::unique_ptr<framesink_t> sink = makesink(options.output, format, message);
     if (!sink) return fail(message);
 
+    const auto stopped = [&] {
+        sink->abandon();
+        std::cerr << k_program << ": stopped; " << options.output << " was not written" << std::endl;
+        return k_stopped;
+    };
+    const auto stopping = [] { return g_stop != 0; };
+
     // Frames and sounds from the model, before anything is drawn: a span asked
     // for is rendered even when empty; without one, up to the show's end.
     const renderspan_t span = runner.renderspan(options.from, options.to, options.fps);
+    if (g_stop) return stopped();
     char from[32];
     std::snprintf(from, sizeof from, "%g", options.from);
     const bool bounded = options.to > options.from;
@@ -146,16 +160,12 @@ int render(const renderoptions_t& options, show_t scene, renderstats_t& stats)
     if (!sndkit::loadclip(soundpath, k_soundrate, burst, message)) return fail(message);
     // As long as the span, whatever its frames: the track ends where the span does.
     soundtrack_t track(static_cast<std::size_t>(std::llround(span.seconds * k_soundrate)));
+    track.stopwhen(stopping);
     for (const rendersound_t& sound : runner.rendersounds(span))
         track.add(burst, std::llround((sound.time - options.from) * k_soundrate));
     if (!music.file.empty() && !track.music(music.file, music.offset, music.gain, options.from, message))
         return fail(musicproblem(music, message));
     stats.scan = since(start);
-    const auto stopped = [&] {
-        sink->abandon();
-        std::cerr << k_program << ": stopped; " << options.output << " was not written" << std::endl;
-        return k_stopped;
-    };
     if (g_stop) return stopped();
 
     eglcontext_t context;
@@ -167,6 +177,8 @@ int render(const renderoptions_t& options, show_t scene, renderstats_t& stats)
     frame_t frame;
     // The model knows the busiest frame: nothing grows while rendering.
     frame.Init(largest);
+    // The driver's log is out already; without shaders every frame would be grey.
+    if (shaderfailed()) return fail("the shaders did not build; nothing was written");
     frame.Reshape(options.width, options.height);
     if (options.trails) frame.EnterTrail();
 
@@ -176,6 +188,7 @@ int render(const renderoptions_t& options, show_t scene, renderstats_t& stats)
         return track.write(path, problem);
     }, message);
     stats.scan += since(mixing);
+    if (g_stop) return stopped();
     if (!begun) return fail(message);
 
     std::vector<primitive_t> points;
@@ -235,6 +248,7 @@ int render(const renderoptions_t& options, show_t scene, renderstats_t& stats)
         ok = sink->finish(message);
         stats.encode += since(begin);
     }
+    if (g_stop) return stopped(); // while ffmpeg was finishing
     if (!ok) {
         sink->abandon();
         return fail(message);

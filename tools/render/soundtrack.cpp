@@ -21,8 +21,10 @@ bool soundtrack_t::music(const std::string& path, double offset, double gain, do
     auto stream = std::make_unique<sndkit::musicstream_t>();
     if (!stream->open(path.c_str(), k_soundrate, message)) return false;
     // Frame 0 of the track plays the music's frame -first; before its first
-    // sample and after its last the stream is silent.
-    const std::int64_t first = std::llround((offset - from) * k_soundrate);
+    // sample and after its last the stream is silent. However far apart the
+    // times, the frame stays where a 64-bit count and its negation hold it.
+    constexpr double k_far = 4611686018427387904.0; // 2^62 frames: millions of years
+    const auto first = static_cast<std::int64_t>(std::llround(std::clamp((offset - from) * k_soundrate, -k_far, k_far)));
     stream->seek(-first);
     m_music = std::move(stream);
     m_musicpath = path;
@@ -59,6 +61,10 @@ bool soundtrack_t::make(const blockfunc_t& out, std::string& message, float ceil
     double before = 1.0;      // the gain of the frame before the window
     const auto total = static_cast<std::int64_t>(m_frames);
     while (start < total) {
+        if (m_stop && m_stop()) {
+            message = "stopped";
+            return false;
+        }
         const auto want = static_cast<std::size_t>(std::min<std::int64_t>(k_block + k_ahead, total - start));
         std::fill(window.begin() + static_cast<std::ptrdiff_t>(have * 2),
                   window.begin() + static_cast<std::ptrdiff_t>(want * 2), 0.0f);
@@ -118,8 +124,14 @@ bool soundtrack_t::write(const std::string& path, std::string& message, float ce
             return written;
         },
         message, ceiling);
+    // The system's reason (a full disk, say) when a write failed, without
+    // libsndfile's "System error : " before it.
+    std::string reason = written ? std::string() : std::string(sf_strerror(file));
+    if (reason.rfind("System error : ", 0) == 0) reason.erase(0, 15);
+    if (!reason.empty() && reason.back() == '.') reason.pop_back();
+    if (!reason.empty()) reason = " (" + reason + ")";
     const bool closed = sf_close(file) == 0;
-    if (!made && !written) message = path + ": cannot write the sound";
+    if (!made && !written) message = path + ": cannot write the sound" + reason;
     if (made && !closed) message = path + ": cannot write the sound";
     return made && closed;
 }

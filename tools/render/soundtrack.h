@@ -48,6 +48,10 @@ public:
     // make() into a WAVE file, 16-bit PCM.
     bool write(const std::string& path, std::string& message, float ceiling = 0.98f);
 
+    // Asked before each block that make() mixes: true stops it, with the
+    // message "stopped".
+    void stopwhen(std::function<bool()> stop) { m_stop = std::move(stop); }
+
     std::size_t frames() const { return m_frames; }
     // The smallest gain make() applied (1: the mix was left as it was).
     float smallestgain() const { return m_smallest; }
@@ -63,6 +67,7 @@ private:
     float m_musicgain = 1.0f;
     std::vector<float> m_musicblock;
     float m_smallest = 1.0f;
+    std::function<bool()> m_stop;
 };
 
 } // namespace vexlor

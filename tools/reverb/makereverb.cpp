@@ -149,7 +149,8 @@ bool write(const char* path, const std::vector<std::int16_t>& samples)
     put32(f, bytes);
     for (std::int16_t s : samples)
         put16(f, std::uint16_t(s));
-    return bool(f.flush());
+    f.close();
+    return !f.fail();
 }
 
 } // namespace

@@ -12,7 +12,9 @@
 #include "firework/showtiming.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <iostream>
 #include <string>
 #include <vector>
@@ -56,27 +58,37 @@ int usage(const std::string& problem)
     return 2;
 }
 
+// The system's reason for the failure just seen, when it gave one.
+std::string because(int error)
+{
+    return error != 0 ? std::string(" (") + std::strerror(error) + ")" : std::string();
+}
+
+int cannotwrite(const char* path)
+{
+    std::cerr << path << ": cannot write the file" << because(errno) << std::endl;
+    return 1;
+}
+
 int make(const std::string& name, const char* path)
 {
     std::vector<firework_t> scene;
     if (!vexlor::makebuiltin(name, scene))
         return usage("unknown show \"" + name + "\" (choose " + vexlor::builtinchoice() + ")");
-    if (!vexlor::save(path, scene)) {
-        std::cerr << path << ": cannot write the file" << std::endl;
-        return 1;
-    }
+    if (!vexlor::save(path, scene))
+        return cannotwrite(path);
     return 0;
 }
 
 int check(const char* path)
 {
     vexlor::fileformat_t format;
-    if (!vexlor::sniffformat(path, format)) {
-        std::cerr << path << ": cannot read the file" << std::endl;
+    std::string message;
+    if (!vexlor::sniffformat(path, format, message)) {
+        std::cerr << message << std::endl;
         return 1;
     }
     if (format == vexlor::fileformat_t::scene) {
-        std::string message;
         if (!vexlor::check(path, message)) {
             std::cerr << message << std::endl;
             return 1;
@@ -94,7 +106,6 @@ int check(const char* path)
     // The viewer would play the show without its music: a mistake all the same.
     if (!show.music.file.empty()) {
         sndkit::musicinfo_t music;
-        std::string message;
         if (!sndkit::probemusic(show.music.file.c_str(), music, message)) {
             std::cerr << vexlor::musicproblem(show.music, message) << std::endl;
             return 1;
@@ -159,16 +170,12 @@ int expand(const std::string& from, const char* to)
     vexlor::show_t show;
     if (!open(from, show))
         return 1;
-    if (!vexlor::save(to, show)) {
-        std::cerr << to << ": cannot write the file" << std::endl;
-        return 1;
-    }
+    if (!vexlor::save(to, show))
+        return cannotwrite(to);
     return 0;
 }
 
-} // namespace
-
-int main(int argc, char** argv)
+int run(int argc, char** argv)
 {
     if (argc < 2)
         return usage("no command given");
@@ -197,4 +204,18 @@ int main(int argc, char** argv)
         return command == "check" ? check(argv[2]) : info(argv[2]);
     }
     return usage("unknown command \"" + command + "\"");
+}
+
+} // namespace
+
+// What was printed must have reached standard output: `info > /dev/full`
+// fails like any other write.
+int main(int argc, char** argv)
+{
+    const int status = run(argc, argv);
+    if (!std::cout.flush()) {
+        std::cerr << program << ": cannot write to standard output" << because(errno) << std::endl;
+        return 1;
+    }
+    return status;
 }
