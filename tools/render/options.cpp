@@ -2,6 +2,7 @@
 #include "tools/render/options.h"
 
 #include "tools/render/framesink.h"
+#include "tools/render/showframe.h"
 #include "tools/render/showsource.h"
 
 #include <CLI/CLI.hpp>
@@ -56,6 +57,17 @@ int parseoptions(int argc, char** argv, renderoptions_t& options)
     app.add_option("--from", from, "first frame's scene time, seconds")->default_str("0");
     auto* toopt = app.add_option("--to", to, "end of the render, seconds (default: when nothing is left to draw)");
     app.add_flag("--trails", options.trails, "leave trails, as if Shift were held");
+    std::string look;
+    int motionblur = 1;
+    double shutter = 0.5;
+    auto* lookopt = app.add_option("--look", look,
+                                   "plain or night, with settings after commas: night,water,wind=4:0:0,sky=dusk,"
+                                   "horizon=hills,smoke=false,glow=1.5 (over the show file's [look])");
+    app.add_option("--motion-blur", motionblur, "draw each frame from N instants over the shutter's interval (1 to " +
+                                                    std::to_string(k_mostinstants) + "; 1: none)")
+        ->default_str("1");
+    app.add_option("--shutter", shutter, "the shutter's interval, a fraction of a frame's time (above 0, at most 1)")
+        ->default_str("0.5");
     app.add_flag("-q,--quiet", options.quiet, "no progress line");
     app.set_version_flag("--version", std::string("vexlor-render ") + VEXLOR_VERSION);
 
@@ -84,6 +96,18 @@ int parseoptions(int argc, char** argv, renderoptions_t& options)
         if (to - from > k_longestrender)
             return usage("--to: a render spans at most " + std::to_string(int(k_longestrender)) + " s");
     }
+    if (lookopt->count() > 0) {
+        std::string problem;
+        if (!parselook(look, options.look, problem)) return usage("--look " + look + ": " + problem);
+    }
+    if (motionblur < 1 || motionblur > k_mostinstants)
+        return usage("--motion-blur " + std::to_string(motionblur) + ": must be from 1 to " +
+                     std::to_string(k_mostinstants));
+    if (!std::isfinite(shutter) || !(shutter > 0.0) || shutter > 1.0)
+        return usage("--shutter " + app.get_option("--shutter")->as<std::string>() +
+                     ": must be above 0 and at most 1 (a fraction of a frame's time)");
+    options.motionblur = motionblur;
+    options.shutter = shutter;
     const outputkind_t kind = outputkind(options.output);
     if (kind == outputkind_t::none)
         return usage(options.output + ": unknown kind of output (name a .mp4 or .webm file, or a directory ending in /)");

@@ -11,8 +11,10 @@
 #include "tools/render/eglcontext.h"
 #include "tools/render/framesink.h"
 #include "tools/render/offscreen.h"
+#include "tools/render/showframe.h"
 #include "tools/render/showscan.h"
 #include "firework/openshow.h"
+#include "firework/smoke.h"
 #include "tools/render/soundtrack.h"
 
 #include <unistd.h>
@@ -166,6 +168,9 @@ int render(const renderoptions_t& options, show_t scene, renderstats_t& stats)
     // The scan knows the busiest frame: nothing grows while rendering.
     frame.Init(scan.largest);
     frame.Reshape(options.width, options.height);
+    // The command line's look over the show's; renders draw it in full.
+    const look_t look = chooselook(scene.look, options.look);
+    frame.SetLook(look);
     if (options.trails) frame.EnterTrail();
 
     // The track is made as it is written, a block at a time.
@@ -182,7 +187,14 @@ int render(const renderoptions_t& options, show_t scene, renderstats_t& stats)
     evaluator.reserve(scan.largest);
     std::vector<primitive_t> points;
     points.reserve(scan.largest);
-    const soundfunc_t silent = [](std::size_t, sound_t) {};
+    smoke_t smoke;
+    std::vector<primitive_t> puffs;
+    if (look.night() && look.smoke) {
+        smoke.prepare(scene, look.wind);
+        puffs.reserve(smoke_t::k_mostbursts * smoke_t::k_puffsperburst);
+    }
+    framesource_t source{scene, evaluator, smoke, points, puffs};
+    const shutter_t shutter{options.motionblur, options.shutter / options.fps};
     progress_t progress(!options.quiet && isatty(STDERR_FILENO), frames);
 
     const auto handout = [&](const unsigned char* pixels) {
@@ -198,13 +210,10 @@ int render(const renderoptions_t& options, show_t scene, renderstats_t& stats)
     for (std::size_t k = 0; k < frames && ok; ++k) {
         if (g_stop) break;
         auto begin = steady::now();
-        evaluator.evaluate(scene, frametime(options.from, options.fps, k), points, silent);
-        stats.evaluate += since(begin);
-
-        begin = steady::now();
-        frame.Update(points.data(), points.size());
-        frame.Draw(target.framebuffer());
-        stats.draw += since(begin);
+        const double evaluating = drawshowframe(source, frame, frametime(options.from, options.fps, k), shutter,
+                                                target.framebuffer());
+        stats.evaluate += evaluating;
+        stats.draw += since(begin) - evaluating;
 
         // The frame before this one is handed out while this one draws.
         begin = steady::now();

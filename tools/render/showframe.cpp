@@ -1,0 +1,52 @@
+// A render's frame from one instant or several.
+#include "tools/render/showframe.h"
+
+#include <chrono>
+
+namespace vexlor {
+namespace {
+
+using steady = std::chrono::steady_clock;
+
+double since(steady::time_point start)
+{
+    return std::chrono::duration<double>(steady::now() - start).count();
+}
+
+} // namespace
+
+double drawshowframe(framesource_t& source, frame_t& frame, float t, const shutter_t& shutter, GLuint target)
+{
+    // The render's sounds come from its scan, not from here.
+    static const soundfunc_t silent = [](std::size_t, sound_t) {};
+    double evaluating = 0.0;
+    const auto evaluate = [&](float at) {
+        const auto begin = steady::now();
+        source.evaluator.evaluate(source.show, at, source.points, silent);
+        evaluating += since(begin);
+        frame.Update(source.points.data(), source.points.size());
+    };
+    if (frame.look().night()) {
+        const auto begin = steady::now();
+        source.smoke.evaluate(source.show, t, source.puffs);
+        evaluating += since(begin);
+        frame.UpdateSmoke(t, source.puffs.data(), source.puffs.size());
+    }
+    if (shutter.instants <= 1) {
+        evaluate(t);
+        frame.Draw(target);
+        return evaluating;
+    }
+    // Instants from the shutter's opening to its closing, both included: the
+    // first and last sprites of a streak stand its whole travel apart.
+    frame.BeginExposure(shutter.instants);
+    const double last = static_cast<double>(shutter.instants - 1);
+    for (int i = 0; i < shutter.instants; ++i) {
+        evaluate(static_cast<float>(static_cast<double>(t) + shutter.open * (i / last - 0.5)));
+        frame.ExposeInstant();
+    }
+    frame.FinishExposure(target);
+    return evaluating;
+}
+
+} // namespace vexlor
