@@ -23,7 +23,8 @@ int main(int argc, char** argv)
         return status;
     if (saver.on) return vexlor::runsaver(saver, argv[0]);
 
-    if (const int status = vexlor::commandline(argc, argv); status >= 0) return status;
+    vexlor::viewoptions_t options;
+    if (const int status = vexlor::commandline(argc, argv, options); status >= 0) return status;
 
     // Says why, when GLFW cannot start (no display, most often).
     glfwSetErrorCallback([](int, const char* what) { std::cerr << "glfw: " << what << std::endl; });
@@ -35,7 +36,7 @@ int main(int argc, char** argv)
         std::exit(1);
     }
 
-    vexlor::ViewWindow view(argc, argv);
+    vexlor::ViewWindow view(argc, argv, options);
     if (!winkit::glfwyMGR4::instance()->addWindow(&view, "vexlor")) {
         // No window or no OpenGL context: GLFW keeps the reason.
         const char* why = nullptr;

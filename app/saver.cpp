@@ -14,6 +14,7 @@
 #include "firework/openshow.h"
 #include "firework/sceneclock.h"
 #include "firework/showfile.h"
+#include "firework/smoke.h"
 #include "glload/glextloader.h"
 #include "glload/keepdriver.h"
 #include "render/pgmshdr.h"
@@ -109,6 +110,12 @@ int runsaver(const saveroptions_t& options, const char* argv0)
     points.reserve(frame_t::startcapacity(capacity));
     frame_t frame;
     frame.Init(frame_t::startcapacity(capacity));
+    // The command line's look over the show's, at the window's cost.
+    const look_t look = chooselook(show.look, options.look);
+    frame.SetLook(look, k_windowcost);
+    smoke_t smoke;
+    std::vector<primitive_t> puffs;
+    if (look.night() && look.smoke) smoke.prepare(show, look.wind);
     glload::keepdriverloaded();
     // The log is out; a screensaver without its shaders would be a blank window.
     if (shaderfailed()) return 1;
@@ -146,6 +153,10 @@ int runsaver(const saveroptions_t& options, const char* argv0)
             for (auto& shell : show.shells) shell.launched = shell.exploded = false;
         }
         frame.Update(points.data(), points.size());
+        if (look.night()) {
+            smoke.evaluate(show, t, puffs);
+            frame.UpdateSmoke(t, puffs.data(), puffs.size());
+        }
         frame.Draw();
         if (!target.Swap()) {
             failed = !target.gone();

@@ -20,8 +20,8 @@
 namespace vexlor {
 using namespace view;
 
-ViewWindow::ViewWindow(int argc, char** argv)
-    : m_argc(argc), m_argv(argv), m_basename(basekit::basename(std::string(argv[0]))),
+ViewWindow::ViewWindow(int argc, char** argv, viewoptions_t options)
+    : m_argc(argc), m_argv(argv), m_options(std::move(options)), m_basename(basekit::basename(std::string(argv[0]))),
       m_dirname(basekit::dirname(std::string(argv[0])))
 {
 }
@@ -51,7 +51,7 @@ constexpr char k_title[] = "vexlor";
 void ViewWindow::startload()
 {
     // No name plays the built-in susuki show.
-    m_loader.start(m_argc > 1 ? m_argv[1] : "susuki");
+    m_loader.start(m_options.show.empty() ? "susuki" : m_options.show);
 }
 
 // Called each pass while loading: the title and bar follow the read; a
@@ -86,6 +86,10 @@ void ViewWindow::pollload()
     m_primitives.reserve(frame_t::startcapacity(count));
     m_frame.Init(frame_t::startcapacity(count));
     m_frame.Reshape(m_frame.width(), m_frame.height());
+    // The command line's look over the show's, at the window's cost.
+    const look_t look = chooselook(m_show.look, m_options.look);
+    m_frame.SetLook(look, k_windowcost);
+    if (look.night() && look.smoke) m_smoke.prepare(m_show, look.wind);
     // The log is out; a show without its shaders would be a blank window.
     if (shaderfailed()) std::exit(1);
     if (window) glfwSetWindowTitle(window, k_title);
@@ -168,6 +172,10 @@ void ViewWindow::idle()
     m_evaluator.evaluate(m_show, t, m_primitives,
                        [](std::size_t, sound_t) { wave->play(false); });
     m_frame.Update(m_primitives.data(), m_primitives.size());
+    if (m_frame.look().night()) {
+        m_smoke.evaluate(m_show, t, m_puffs);
+        m_frame.UpdateSmoke(t, m_puffs.data(), m_puffs.size());
+    }
 
     // Nothing in the air and nothing glowing: start the show again.
     if (m_primitives.empty()) keyboard(13, 0, 0);

@@ -6,12 +6,14 @@
 
 #include "app/glutyapi4.h"
 #include "app/showloader.h"
+#include "app/usage.h"
 #include "audio/musicplayer.h"
 #include "firework/evaluate.h"
 #include "firework/firework.h"
 #include "firework/primitive.h"
 #include "firework/sceneclock.h"
 #include "firework/show.h"
+#include "firework/smoke.h"
 #include "render/frame.h"
 
 #include <cstdint>
@@ -22,7 +24,7 @@ namespace vexlor {
 
 class ViewWindow : public winkit::glutyAPI4 {
 public:
-    ViewWindow(int argc, char** argv);
+    ViewWindow(int argc, char** argv, viewoptions_t options = {});
     ~ViewWindow() override;
 
     void init() override;
@@ -50,6 +52,7 @@ private:
 
     int m_argc;
     char** m_argv;
+    viewoptions_t m_options;
     std::string m_basename;
     std::string m_dirname;
     std::vector<primitive_t> m_primitives;
@@ -61,6 +64,8 @@ private:
     sceneclock_t m_clock;
     sndkit::musicplayer_t m_music; // follows m_clock
     frame_t m_frame; // the renderers and the trail image: drawn by the same code as headless renders
+    smoke_t m_smoke; // the night look's
+    std::vector<primitive_t> m_puffs;
 };
 
 } // namespace vexlor
