@@ -25,8 +25,8 @@ constexpr float k_opacity = 0.3f;    // a fresh puff at its first size
 constexpr float k_fade = 20.0f;      // s: dissipation
 constexpr float k_appear = 0.2f;     // s: a puff thickens as the break's charge burns
 constexpr float k_flashtime = 0.15f; // s: the break's own flash
-constexpr float k_flash = 0.8f;
-constexpr float k_starlight = 0.12f; // the light of a burst's stars, at their own colour
+constexpr float k_flash = 1.5f;
+constexpr float k_starlight = 0.35f; // the light of a burst's stars, at their own colour
 constexpr float k_leastradius = 3.0f; // m: the smallest reach of a burst's light
 constexpr std::size_t k_lightstars = 8;
 constexpr geokit::color3a_t k_flashcolor{1.0f, 0.85f, 0.6f, 1.0f};

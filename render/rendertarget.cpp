@@ -36,9 +36,13 @@ void rendertarget_t::Bind() const
 
 void rendertarget_t::Clear(float r, float g, float b, float a) const
 {
+    // The plain look clears to its sky's grey: that clear colour stays.
+    GLfloat kept[4];
+    glGetFloatv(GL_COLOR_CLEAR_VALUE, kept);
     Bind();
     glClearColor(r, g, b, a);
     glClear(GL_COLOR_BUFFER_BIT);
+    glClearColor(kept[0], kept[1], kept[2], kept[3]);
 }
 
 void rendertarget_t::Destroy()

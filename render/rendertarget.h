@@ -19,6 +19,7 @@ public:
     bool Init(int width, int height, GLenum format);
     // Binds the framebuffer and sets the viewport to the whole texture.
     void Bind() const;
+    // Clears to the colour given; the context's clear colour is kept.
     void Clear(float r, float g, float b, float a) const;
     void Destroy();
 

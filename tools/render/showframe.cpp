@@ -37,12 +37,13 @@ double drawshowframe(framesource_t& source, frame_t& frame, float t, const shutt
         frame.Draw(target);
         return evaluating;
     }
-    // Instants from the shutter's opening to its closing, both included: the
-    // first and last sprites of a streak stand its whole travel apart.
+    // The middle of each of `instants` equal parts of the shutter's
+    // interval: each instant stands for its part, so a streak's light is as
+    // long as the travel while the shutter is open.
     frame.BeginExposure(shutter.instants);
-    const double last = static_cast<double>(shutter.instants - 1);
+    const double parts = static_cast<double>(shutter.instants);
     for (int i = 0; i < shutter.instants; ++i) {
-        evaluate(static_cast<float>(static_cast<double>(t) + shutter.open * (i / last - 0.5)));
+        evaluate(static_cast<float>(static_cast<double>(t) + shutter.open * ((i + 0.5) / parts - 0.5)));
         frame.ExposeInstant();
     }
     frame.FinishExposure(target);
