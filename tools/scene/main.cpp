@@ -130,6 +130,7 @@ int info(const std::string& path)
     std::snprintf(line, sizeof line, "largest frame: %zu points at %.3f s\n", run.largest,
                   static_cast<double>(run.largestat));
     std::cout << line << "sounds: " << run.sounds << '\n';
+    if (show.look.night()) std::cout << "look: " << vexlor::describelook(show.look) << '\n';
     if (!show.music.file.empty()) {
         sndkit::musicinfo_t music;
         std::string message;
