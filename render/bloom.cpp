@@ -1,5 +1,8 @@
-// Shrinking reads nine bilinear samples two source texels apart, each the
-// mean of four texels: a tent over 6 x 6 texels, weights 1-2-1 each way.
+// Shrinking the frame to the first level reads four bilinear samples, one
+// source texel out from the middle each way: the mean of the 4 x 4 texels
+// under a texel of the level. Each further level reads nine bilinear samples
+// two source texels apart, each the mean of four texels: a tent over 6 x 6
+// texels, weights 1-2-1 each way.
 // Growing back reads four bilinear samples half a texel of the smaller level
 // around each texel, and is blended over the larger level, which is first
 // weighted by the blend colour.
@@ -27,6 +30,19 @@ void main()
 }
 )";
 
+constexpr char k_first_source[] = R"(#version 330
+in vec2 txc;
+layout(location = 0) out vec4 FragmentColor;
+uniform sampler2D Source;
+uniform vec2 Step; // one texel of the source
+void main()
+{
+    vec3 sum = texture(Source, txc + Step).rgb + texture(Source, txc - Step).rgb
+             + texture(Source, txc + vec2(Step.x, -Step.y)).rgb + texture(Source, txc + vec2(-Step.x, Step.y)).rgb;
+    FragmentColor = vec4(0.25 * sum, 0.0);
+}
+)";
+
 constexpr char k_grow_source[] = R"(#version 330
 in vec2 txc;
 layout(location = 0) out vec4 FragmentColor;
@@ -50,6 +66,10 @@ constexpr GLenum k_format = GL_RGBA32F;
 void bloom_t::Init()
 {
     if (m_initialised) return;
+    if (m_first.Init(k_first_source, sizeof(k_first_source) - 1)) {
+        m_firstsource = m_first.uniform("Source");
+        m_firststep = m_first.uniform("Step");
+    }
     if (m_shrink.Init(k_shrink_source, sizeof(k_shrink_source) - 1)) {
         m_shrinksource = m_shrink.uniform("Source");
         m_shrinkstep = m_shrink.uniform("Step");
@@ -88,11 +108,14 @@ void bloom_t::Draw(GLuint light, const float gains[k_mostlevels])
     GLuint source = light;
     int width = m_width, height = m_height;
     for (int k = 0; k < m_levels; ++k) {
+        // The frame is the one large read: the fewest samples there.
+        const fullpass_t& pass = k == 0 ? m_first : m_shrink;
         m_level[k].Bind();
-        m_shrink.Use();
-        fullpass_t::Sample(m_shrinksource, 0, source);
-        glUniform2f(m_shrinkstep, 1.0f / static_cast<float>(width), 1.0f / static_cast<float>(height));
-        m_shrink.Draw();
+        pass.Use();
+        fullpass_t::Sample(k == 0 ? m_firstsource : m_shrinksource, 0, source);
+        glUniform2f(k == 0 ? m_firststep : m_shrinkstep, 1.0f / static_cast<float>(width),
+                    1.0f / static_cast<float>(height));
+        pass.Draw();
         source = m_level[k].texture();
         width = m_level[k].width();
         height = m_level[k].height();
@@ -121,6 +144,7 @@ void bloom_t::Draw(GLuint light, const float gains[k_mostlevels])
 void bloom_t::Destroy()
 {
     for (rendertarget_t& level : m_level) level.Destroy();
+    m_first.Destroy();
     m_shrink.Destroy();
     m_grow.Destroy();
     m_width = m_height = m_levels = 0;

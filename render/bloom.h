@@ -37,8 +37,10 @@ private:
     int m_width = 0;
     int m_height = 0;
     int m_levels = 0;
+    fullpass_t m_first; // the frame to level 0
     fullpass_t m_shrink;
     fullpass_t m_grow;
+    GLint m_firstsource = -1, m_firststep = -1;
     GLint m_shrinksource = -1, m_shrinkstep = -1;
     GLint m_growsource = -1, m_growstep = -1, m_growgain = -1;
     rendertarget_t m_level[k_mostlevels];

@@ -2,13 +2,19 @@
 // tenth each, enough to break a reflection into wavering streaks.
 #include "render/lake.h"
 
+#include <GL/gl.h>
 
 #include <algorithm>
 #include <cmath>
+#include <string>
 
 namespace vexlor {
+namespace {
 
-const char k_lake_source[] = R"(
+// Follows the view rays' GLSL.
+constexpr char k_source[] = R"(
+in vec2 txc;
+layout(location = 0) out vec4 FragmentColor;
 uniform sampler2D MirrorLight;
 uniform float Time;
 uniform float Far;
@@ -58,7 +64,13 @@ vec3 lake(vec3 ray)
     return seen * (0.75 * (0.02 + 0.98 * c2 * c2 * c));
 }
 
+void main()
+{
+    FragmentColor = vec4(lake(viewray(txc)), 0.0);
+}
 )";
+
+} // namespace
 
 int lakerows(const showcamera_t& camera, const geokit::matrix3w_t& projection, float far, int height)
 {
@@ -70,6 +82,44 @@ int lakerows(const showcamera_t& camera, const geokit::matrix3w_t& projection, f
         if (clip.w > 0.0f) highest = std::max(highest, clip.y / clip.w);
     }
     return std::min(height, static_cast<int>(std::ceil((highest + 1.0f) * 0.5f * height)) + 1);
+}
+
+void lake_t::Init()
+{
+    if (m_initialised) return;
+    const std::string source = std::string("#version 330\n") + k_viewrays_source + k_source;
+    if (m_pass.Init(source.c_str(), static_cast<GLint>(source.size()))) {
+        m_rays.Find(m_pass);
+        m_mirror = m_pass.uniform("MirrorLight");
+        m_far = m_pass.uniform("Far");
+        m_time = m_pass.uniform("Time");
+    }
+    m_initialised = true;
+}
+
+void lake_t::Draw(const rendertarget_t& into, GLuint mirror, const showcamera_t& camera,
+                  const geokit::matrix3w_t& projection, float far, float time)
+{
+    const int rows = lakerows(camera, projection, far, into.height());
+    if (rows <= 0) return;
+    into.Bind();
+    glDisable(GL_BLEND);
+    glEnable(GL_SCISSOR_TEST);
+    glScissor(0, 0, into.width(), rows);
+    m_pass.Use();
+    m_rays.Set(camera, projection, into.height());
+    fullpass_t::Sample(m_mirror, 0, mirror);
+    glUniform1f(m_far, camera.inv.m[13] + far);
+    glUniform1f(m_time, time);
+    m_pass.Draw();
+    glDisable(GL_SCISSOR_TEST);
+    glBindTexture(GL_TEXTURE_2D, 0);
+}
+
+void lake_t::Destroy()
+{
+    m_pass.Destroy();
+    m_initialised = false;
 }
 
 } // namespace vexlor

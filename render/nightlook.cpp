@@ -32,6 +32,18 @@ int scaled(int size, float scale)
     return std::max(1, static_cast<int>(std::lround(size * static_cast<double>(scale))));
 }
 
+// The smaller frame scaled up, bilinear: a shader does it faster than a
+// scaled blit in Mesa's software renderer.
+constexpr char k_scaleup_source[] = R"(#version 330
+in vec2 txc;
+layout(location = 0) out vec4 FragmentColor;
+uniform sampler2D Source;
+void main()
+{
+    FragmentColor = texture(Source, txc);
+}
+)";
+
 } // namespace
 
 void nightlook_t::Init(const look_t& look, const nightcost_t& cost)
@@ -44,7 +56,9 @@ void nightlook_t::Init(const look_t& look, const nightcost_t& cost)
     m_smoke.Init();
     m_bloom.Init();
     m_backdrop.Init();
+    m_lake.Init();
     m_tonemap.Init();
+    if (m_scaleup.Init(k_scaleup_source, sizeof(k_scaleup_source) - 1)) m_scaleupsource = m_scaleup.uniform("Source");
     m_initialised = true;
 }
 
@@ -62,10 +76,12 @@ bool nightlook_t::Resize(int width, int height, const showcamera_t& camera, cons
     if (m_look.water) {
         ok = m_stillmirror.Init((w + 1) / 2, (h + 1) / 2, k_format) && ok;
         ok = m_mirror.Init(m_stillmirror.width(), m_stillmirror.height(), k_format) && ok;
+        ok = m_lakelight.Init(m_stillmirror.width(), m_stillmirror.height(), k_format) && ok;
         m_backdrop.Draw(m_stillmirror, m_scenery, camera, projection, true);
     } else {
         m_stillmirror.Destroy();
         m_mirror.Destroy();
+        m_lakelight.Destroy();
     }
     m_backdrop.Draw(m_still, m_scenery, camera, projection, false);
     glBindFramebuffer(GL_FRAMEBUFFER, 0);
@@ -115,6 +131,8 @@ void nightlook_t::AddLight(const draw_t& points, std::size_t count, const showca
 
 void nightlook_t::Finish(const showcamera_t& camera, const geokit::matrix3w_t& projection, GLuint target)
 {
+    if (m_look.water)
+        m_lake.Draw(m_lakelight, m_mirror.texture(), camera, projection, m_scenery.far, m_time);
     const float* weights = m_cost.glowlevels > 2 ? k_glow : k_cheapglow;
     const float gains[bloom_t::k_mostlevels] = {weights[0] * m_look.glow, weights[1] * m_look.glow,
                                                  weights[2] * m_look.glow};
@@ -139,15 +157,15 @@ void nightlook_t::Finish(const showcamera_t& camera, const geokit::matrix3w_t& p
         glViewport(0, 0, m_width, m_height);
     }
     lakeinputs_t lake;
-    if (m_look.water) lake = {m_mirror.texture(), m_scenery.far, m_time};
+    if (m_look.water) lake = {m_lakelight.texture(), m_scenery.far};
     m_tonemap.Draw(m_light.texture(), glow.texture(), lake, camera, projection, m_light.width(), m_light.height());
     if (m_small.texture() != 0) {
-        glBindFramebuffer(GL_READ_FRAMEBUFFER, m_small.framebuffer());
-        glBindFramebuffer(GL_DRAW_FRAMEBUFFER, target);
-        glBlitFramebuffer(0, 0, m_small.width(), m_small.height(), 0, 0, m_width, m_height, GL_COLOR_BUFFER_BIT,
-                          GL_LINEAR);
         glBindFramebuffer(GL_FRAMEBUFFER, target);
         glViewport(0, 0, m_width, m_height);
+        m_scaleup.Use();
+        fullpass_t::Sample(m_scaleupsource, 0, m_small.texture());
+        m_scaleup.Draw();
+        glBindTexture(GL_TEXTURE_2D, 0);
     }
     geokit::grPrintError("night look");
 }
@@ -155,12 +173,15 @@ void nightlook_t::Finish(const showcamera_t& camera, const geokit::matrix3w_t& p
 void nightlook_t::Destroy()
 {
     if (!m_initialised) return;
+    m_scaleup.Destroy();
     m_tonemap.Destroy();
+    m_lake.Destroy();
     m_backdrop.Destroy();
     m_smoke.Destroy();
     m_sprites.Destroy();
     m_bloom.Destroy();
     m_small.Destroy();
+    m_lakelight.Destroy();
     m_mirror.Destroy();
     m_light.Destroy();
     m_stillmirror.Destroy();

@@ -11,6 +11,7 @@
 #include "geometry/geokit.h"
 #include "render/bloom.h"
 #include "render/draw.h"
+#include "render/lake.h"
 #include "render/lightsprites.h"
 #include "render/rendertarget.h"
 #include "render/scenery.h"
@@ -76,12 +77,16 @@ private:
     rendertarget_t m_stillmirror; // what flat water mirrors, half that size
     rendertarget_t m_light;       // the scenery with the sparks over it
     rendertarget_t m_mirror;      // the mirrored scenery with the mirrored sparks
+    rendertarget_t m_lakelight;   // what the rippled lake mirrors, that size too
     rendertarget_t m_small;       // the finished frame before it is scaled up
     bloom_t m_bloom;
     backdrop_t m_backdrop;
+    lake_t m_lake;
     lightsprites_t m_sprites;
     smokesprites_t m_smoke;
     tonemap_t m_tonemap;
+    fullpass_t m_scaleup;
+    GLint m_scaleupsource = -1;
 };
 
 } // namespace vexlor

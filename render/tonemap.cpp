@@ -1,5 +1,5 @@
 // The last pass's shader: the sum, the curve and the display's gamma (2, the
-// square root); with LAKE, the lake's GLSL and what it adds first.
+// square root); with LAKE, the lake's light added first.
 #include "render/tonemap.h"
 
 #include "render/lake.h"
@@ -16,13 +16,14 @@ in vec2 txc;
 layout(location = 0) out vec4 FragmentColor;
 uniform sampler2D Light;
 uniform sampler2D Glow;
+uniform sampler2D Lake;
 uniform float Exposure;
 void main()
 {
     vec4 glow = texture(Glow, txc);
     vec3 light = texelFetch(Light, ivec2(gl_FragCoord.xy), 0).rgb;
 #ifdef LAKE
-    light += lake(viewray(txc));
+    light += texture(Lake, txc).rgb;
 #endif
     vec3 c = (light * (1.0 - glow.a) + glow.rgb) * Exposure;
     c /= 1.0 + max(c.r, max(c.g, c.b));
@@ -34,16 +35,12 @@ void main()
 
 void tonemap_t::build(program_t& program, bool lake)
 {
-    const std::string source = lake ? std::string("#version 330\n#define LAKE 1\n") + k_viewrays_source + k_lake_source + k_main
-                                    : std::string("#version 330\n") + k_main;
+    const std::string source = std::string(lake ? "#version 330\n#define LAKE 1\n" : "#version 330\n") + k_main;
     if (!program.pass.Init(source.c_str(), static_cast<GLint>(source.size()))) return;
     program.light = program.pass.uniform("Light");
     program.glow = program.pass.uniform("Glow");
     program.exposure = program.pass.uniform("Exposure");
-    program.mirror = program.pass.uniform("MirrorLight");
-    program.far = program.pass.uniform("Far");
-    program.time = program.pass.uniform("Time");
-    if (lake) m_rays.Find(program.pass);
+    program.lake = program.pass.uniform("Lake");
 }
 
 void tonemap_t::Init()
@@ -66,7 +63,7 @@ void tonemap_t::Draw(GLuint light, GLuint glow, const lakeinputs_t& lake, const 
                      const geokit::matrix3w_t& projection, int width, int height)
 {
     glDisable(GL_BLEND);
-    const int rows = lake.mirror != 0 ? lakerows(camera, projection, lake.far, height) : 0;
+    const int rows = lake.light != 0 ? lakerows(camera, projection, lake.far, height) : 0;
     glEnable(GL_SCISSOR_TEST);
     if (rows < height) {
         glScissor(0, rows, width, height - rows);
@@ -76,10 +73,7 @@ void tonemap_t::Draw(GLuint light, GLuint glow, const lakeinputs_t& lake, const 
     if (rows > 0) {
         glScissor(0, 0, width, rows);
         use(m_lake, light, glow);
-        m_rays.Set(camera, projection, height);
-        fullpass_t::Sample(m_lake.mirror, 2, lake.mirror);
-        glUniform1f(m_lake.far, camera.inv.m[13] + lake.far);
-        glUniform1f(m_lake.time, lake.time);
+        fullpass_t::Sample(m_lake.lake, 2, lake.light);
         m_lake.pass.Draw();
     }
     glDisable(GL_SCISSOR_TEST);

@@ -9,7 +9,6 @@
 #include "geometry/geokit.h"
 #include "render/fullpass.h"
 #include "render/showcamera.h"
-#include "render/viewrays.h"
 
 #include <epoxy/gl.h>
 
@@ -20,12 +19,11 @@ namespace vexlor {
 // sparks nearer to it, and the night stays dark.
 inline constexpr float k_exposure = 3.0f;
 
-// The lake, when there is one: the mirrored view (what flat water mirrors,
-// with the mirrored sparks), the far shore's distance, the show's time.
+// The lake, when there is one: what it mirrors (render/lake.h), and the far
+// shore's distance, below which it lies.
 struct lakeinputs_t {
-    GLuint mirror = 0;
+    GLuint light = 0;
     float far = 0.0f;
-    float time = 0.0f;
 };
 
 class tonemap_t {
@@ -34,7 +32,7 @@ public:
     // Into the bound target, whose viewport is the frame: `light` is read
     // texel for texel, `glow` (the glow with the smoke over it,
     // premultiplied) scaled up. The rows below the far shore are drawn by a
-    // second program that adds the lake; the rest never pay for it.
+    // second program that adds the lake's light; the rest never read it.
     void Draw(GLuint light, GLuint glow, const lakeinputs_t& lake, const showcamera_t& camera,
               const geokit::matrix3w_t& projection, int width, int height);
     void Destroy();
@@ -42,7 +40,7 @@ public:
 private:
     struct program_t {
         fullpass_t pass;
-        GLint light = -1, glow = -1, exposure = -1, mirror = -1, far = -1, time = -1;
+        GLint light = -1, glow = -1, exposure = -1, lake = -1;
     };
     void build(program_t& program, bool lake);
     void use(const program_t& program, GLuint light, GLuint glow) const;
@@ -50,7 +48,6 @@ private:
     bool m_initialised = false;
     program_t m_plain;
     program_t m_lake;
-    viewrays_t m_rays;
 };
 
 } // namespace vexlor
