@@ -125,12 +125,20 @@ void smoke_t::newest(const show_t& show, float t, bool forlight, std::size_t mos
         const float age = t - (shell.time + shell.fuse);
         // The evaluation bursts a shell strictly after its fuse.
         if (!(age > 0.0f) || age > (forlight ? design.lightlife : k_life)) continue;
-        bursts.push_back({age, i});
+        bursts.push_back({age, i, 1.0f});
     }
     if (bursts.size() > most) {
-        std::nth_element(bursts.begin(), bursts.begin() + static_cast<std::ptrdiff_t>(most), bursts.end(),
-                         [](const burst_t& a, const burst_t& b) { return a.age < b.age || (a.age == b.age && a.shell < b.shell); });
+        // Newest first; the last kept fade with their rank, which rises by
+        // one with every newer break, so each fades over the breaks that follow.
+        const auto newer = [](const burst_t& a, const burst_t& b) {
+            return a.age < b.age || (a.age == b.age && a.shell > b.shell);
+        };
+        std::nth_element(bursts.begin(), bursts.begin() + static_cast<std::ptrdiff_t>(most), bursts.end(), newer);
         bursts.resize(most);
+        std::sort(bursts.begin(), bursts.end(), newer);
+        const std::size_t fading = std::min(most, k_fadingbursts);
+        for (std::size_t rank = most - fading; rank < most; ++rank)
+            bursts[rank].weight = static_cast<float>(most - rank) / static_cast<float>(fading + 1);
         std::sort(bursts.begin(), bursts.end(), [](const burst_t& a, const burst_t& b) { return a.shell < b.shell; });
     }
 }
@@ -184,7 +192,7 @@ void smoke_t::evaluate(const show_t& show, float t, std::vector<primitive_t>& pu
         const float s = burst.age;
         const float out = 1.0f - std::exp(-s / k_outtime);
         const float rise = k_rise * k_risetime * (1.0f - std::exp(-s / k_risetime));
-        const float thicken = (1.0f - std::exp(-s / k_appear)) * std::exp(-s / k_fade);
+        const float thicken = (1.0f - std::exp(-s / k_appear)) * std::exp(-s / k_fade) * burst.weight;
         const float growth = k_growth * std::sqrt(s);
         for (std::size_t k = 0; k < k_puffsperburst; ++k) {
             const draws_t h = draws(burst.shell * k_puffsperburst + k);

@@ -24,9 +24,12 @@ struct burstlight_t {
 class smoke_t {
 public:
     // Puffs each break leaves, and the most breaks whose smoke is drawn at
-    // once (the newest): enough for a finale's sky, bounded for the renderer.
+    // once (the newest): a finale's breaks of the last minute, bounded for a
+    // software renderer when a show breaks faster. The oldest of them fade
+    // out as newer ones come, so none vanishes at once.
     static constexpr std::size_t k_puffsperburst = 8;
-    static constexpr std::size_t k_mostbursts = 256;
+    static constexpr std::size_t k_mostbursts = 96;
+    static constexpr std::size_t k_fadingbursts = 16;
     // Breaks whose light reaches the smoke at once (the newest).
     static constexpr std::size_t k_mostlights = 48;
     // A puff is dropped this long after its break; it has faded long before.
@@ -60,6 +63,7 @@ private:
     struct burst_t {
         float age = 0.0f;
         std::size_t shell = 0;
+        float weight = 1.0f; // under 1 for the oldest kept when there are too many
     };
 
     void newest(const show_t& show, float t, bool forlight, std::size_t most, std::vector<burst_t>& bursts) const;

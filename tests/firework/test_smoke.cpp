@@ -189,8 +189,9 @@ TEST(Smoke, AnyInstantInAnyOrderIsTheSame)
 }
 
 // A sky full of breaks draws the smoke of the newest only, no more than it
-// may: shell i stands at x = i metres, so where the puffs are tells whose.
-TEST(Smoke, OnlyTheNewestBreaksAtMost)
+// may, the oldest of them thinning out: shell i stands at x = i metres, so
+// where a puff is tells whose it is.
+TEST(Smoke, OnlyTheNewestBreaksAtMostTheOldestFading)
 {
     std::vector<firework_t> scene;
     for (int i = 0; i < 400; ++i)
@@ -209,6 +210,32 @@ TEST(Smoke, OnlyTheNewestBreaksAtMost)
     EXPECT_GT(least, oldest - 6.0f);
     EXPECT_LT(least, oldest + 6.0f);
     EXPECT_GT(most, 399.0f - 6.0f) << "the newest break is there";
+
+    // While breaks keep coming (one every 0.1 s until 41.9 s), a break's
+    // smoke is kept at full weight, then thins a step with each newer break
+    // until it is gone: never a jump. The puffs come shell by shell, eight
+    // each, so the watched break's are found by its place among those kept.
+    const std::size_t watched = 200; // breaks at 22 s
+    std::vector<double> seen;
+    for (int k = 0; k < 24; ++k) {
+        const float t = 30.05f + 0.1f * static_cast<float>(k);
+        std::size_t broken = 0;
+        for (int i = 0; i < 400; ++i) broken += 0.1f * static_cast<float>(i) + 2.0f < t ? 1 : 0;
+        const std::vector<primitive_t> now = at(smoke, show, t);
+        ASSERT_EQ(now.size(), smoke_t::k_mostbursts * smoke_t::k_puffsperburst);
+        const std::size_t firstkept = broken - smoke_t::k_mostbursts;
+        double sum = 0;
+        if (watched >= firstkept)
+            for (std::size_t p = 0; p < smoke_t::k_puffsperburst; ++p)
+                sum += now[(watched - firstkept) * smoke_t::k_puffsperburst + p].color.a;
+        seen.push_back(sum);
+    }
+    EXPECT_GT(seen.front(), 0.0);
+    EXPECT_EQ(seen.back(), 0.0) << "gone once enough newer breaks have come";
+    for (std::size_t k = 1; k < seen.size(); ++k) {
+        EXPECT_LE(seen[k], seen[k - 1]) << k;
+        EXPECT_LT(seen[k - 1] - seen[k], 0.1 * seen.front()) << "a jump at " << k;
+    }
 }
 
 } // namespace
