@@ -104,7 +104,8 @@ void frame_t::BeginExposure(int instants)
 
 void frame_t::ExposeInstant()
 {
-    const float weight = 1.0f / static_cast<float>(m_instants);
+    // Trails keep each pixel's brightest, so an instant counts whole there.
+    const float weight = m_trail && m_look.night() ? 1.0f : 1.0f / static_cast<float>(m_instants);
     if (m_look.night()) {
         m_night.AddLight(m_draw, m_count, m_camera, m_projmtx, weight, m_trail);
         return;
