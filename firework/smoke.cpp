@@ -113,7 +113,7 @@ void smoke_t::prepare(const show_t& show, const geokit::direction3_t& wind)
     m_lights.reserve(k_mostlights);
 }
 
-// The breaks at most `window` seconds old (their design's light life when
+// The breaks at most a puff's life old (their design's light life when
 // `forlight`), the newest `most` of them, in the order of the show's shells.
 void smoke_t::newest(const show_t& show, float t, bool forlight, std::size_t most, std::vector<burst_t>& bursts) const
 {
@@ -127,17 +127,20 @@ void smoke_t::newest(const show_t& show, float t, bool forlight, std::size_t mos
         if (!(age > 0.0f) || age > (forlight ? design.lightlife : k_life)) continue;
         bursts.push_back({age, i, 1.0f});
     }
-    if (bursts.size() > most) {
-        // Newest first; the last kept fade with their rank, which rises by
-        // one with every newer break, so each fades over the breaks that follow.
+    // A break's weight goes by its rank, the number of newer breaks: full
+    // until the last few places kept, then a step less with each newer break,
+    // so none vanishes at once when the newest `most` are kept.
+    const std::size_t fading = std::min(most, k_fadingbursts);
+    if (bursts.size() > most - fading) {
         const auto newer = [](const burst_t& a, const burst_t& b) {
             return a.age < b.age || (a.age == b.age && a.shell > b.shell);
         };
-        std::nth_element(bursts.begin(), bursts.begin() + static_cast<std::ptrdiff_t>(most), bursts.end(), newer);
-        bursts.resize(most);
+        if (bursts.size() > most) {
+            std::nth_element(bursts.begin(), bursts.begin() + static_cast<std::ptrdiff_t>(most), bursts.end(), newer);
+            bursts.resize(most);
+        }
         std::sort(bursts.begin(), bursts.end(), newer);
-        const std::size_t fading = std::min(most, k_fadingbursts);
-        for (std::size_t rank = most - fading; rank < most; ++rank)
+        for (std::size_t rank = most - fading; rank < bursts.size(); ++rank)
             bursts[rank].weight = static_cast<float>(most - rank) / static_cast<float>(fading + 1);
         std::sort(bursts.begin(), bursts.end(), [](const burst_t& a, const burst_t& b) { return a.shell < b.shell; });
     }
@@ -175,7 +178,9 @@ void smoke_t::lights(const show_t& show, float t, std::vector<burstlight_t>& lig
     newest(show, t, true, k_mostlights, m_lightbursts);
     for (const burst_t& burst : m_lightbursts) {
         burstlight_t light;
-        if (this->light(show, burst.shell, burst.age, light)) lights.push_back(light);
+        if (!this->light(show, burst.shell, burst.age, light)) continue;
+        light.color = {light.color.r * burst.weight, light.color.g * burst.weight, light.color.b * burst.weight, 1.0f};
+        lights.push_back(light);
     }
 }
 
