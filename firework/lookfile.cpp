@@ -3,6 +3,7 @@
 #include "firework/lookfile.h"
 
 #include <cmath>
+#include <cstdio>
 #include <optional>
 
 namespace vexlor {
@@ -10,6 +11,24 @@ namespace vexlor {
 namespace {
 
 const char* const tablekeys = "name, water, wind, sky, horizon, smoke, glow";
+
+// ", not VALUE" for a value of the wrong kind: a short string or a number as
+// it reads, otherwise what kind of value it is.
+std::string saying(const toml::node& node)
+{
+    if (const std::optional<std::string_view> text = node.value_exact<std::string_view>())
+        return text->size() <= 30 ? ", not \"" + std::string(*text) + "\"" : ", not a long string";
+    if (const std::optional<bool> on = node.value_exact<bool>()) return *on ? ", not true" : ", not false";
+    if (node.is_number()) {
+        char text[32];
+        std::snprintf(text, sizeof text, "%g", node.value<double>().value_or(0.0));
+        return std::string(", not ") + text;
+    }
+    if (const toml::array* array = node.as_array())
+        return ", not an array of " + std::to_string(array->size());
+    if (node.is_table()) return ", not a table";
+    return ", not a date or time";
+}
 
 class lookreader_t {
 public:
@@ -19,7 +38,7 @@ public:
     {
         const toml::table* table = node.as_table();
         if (table == nullptr) {
-            m_problem(node.source(), std::string("'look' must be a table [look] with ") + tablekeys);
+            m_problem(node.source(), std::string("'look' must be a table [look] with ") + tablekeys + saying(node));
             return;
         }
         if (table->get("name") == nullptr)
@@ -53,7 +72,7 @@ private:
     {
         const std::optional<std::string_view> text = node.value<std::string_view>();
         if (!text) {
-            m_problem(node.source(), std::string(key) + " must be a string: " + choices);
+            m_problem(node.source(), std::string(key) + " must be a string: " + choices + saying(node));
             return;
         }
         if (!find(*text, value))
@@ -65,7 +84,7 @@ private:
     {
         const std::optional<bool> on = node.value_exact<bool>();
         if (!on) {
-            m_problem(node.source(), std::string(what) + " must be true or false");
+            m_problem(node.source(), std::string(what) + " must be true or false" + saying(node));
             return;
         }
         value = *on;
@@ -82,11 +101,13 @@ private:
     {
         const toml::array* array = node.as_array();
         double v[3] = {0.0, 0.0, 0.0};
-        bool ok = array != nullptr && array->size() == 3;
-        for (std::size_t i = 0; ok && i < 3; ++i) ok = finite((*array)[i], v[i]);
-        if (!ok) {
+        std::string wrong = array == nullptr || array->size() != 3 ? saying(node) : std::string();
+        static const char* const which[] = {"x", "y", "z"};
+        for (std::size_t i = 0; wrong.empty() && i < 3; ++i)
+            if (!finite((*array)[i], v[i])) wrong = std::string(", and its ") + which[i] + " is not";
+        if (!wrong.empty()) {
             m_problem(node.source(), "wind must be an array of three finite numbers [x, y, z] in m/s "
-                                     "(x to the right, y away from the viewer, z up)");
+                                     "(x to the right, y away from the viewer, z up)" + wrong);
             return;
         }
         if (const std::string why = windproblem(v[0], v[1], v[2]); !why.empty()) {
@@ -100,11 +121,11 @@ private:
     {
         double value = 0.0;
         if (!finite(node, value)) {
-            m_problem(node.source(), "glow must be a finite number from 0 to " + std::to_string(int(maxglow)));
+            m_problem(node.source(), "glow must be a finite number from 0 to " + std::to_string(int(maxglow)) + saying(node));
             return;
         }
         if (const std::string why = glowproblem(value); !why.empty()) {
-            m_problem(node.source(), why);
+            m_problem(node.source(), why + saying(node));
             return;
         }
         m_look.glow = static_cast<float>(value);
