@@ -6,6 +6,7 @@
 
 #include "glload/grerror.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace vexlor {
