@@ -5,6 +5,7 @@
 #pragma once
 
 #include "firework/firework.h"
+#include "firework/look.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -29,6 +30,7 @@ struct music_t {
 
 struct show_t {
     music_t music;
+    look_t look; // as the show file asks; the plain look when it does not
     std::vector<std::vector<fire_t>> designs;
     std::vector<firework_t> shells;  // headers: `fires` stays empty
     std::vector<std::size_t> design; // per shell, an index into designs

@@ -2,20 +2,12 @@
 // against a table of what each kind accepts and the range of each number,
 // then builds the show. Repetitions are counted before anything is built; the
 // makers run once per distinct design, a built-in show once per entry.
-#define TOML_EXCEPTIONS 0
-#define TOML_HEADER_ONLY 1
-// The parser's assertions on its own state stay off in every build: a header
-// such as "[[[" trips one (or, with NDEBUG, an assumption the compiler may
-// rely on) before the parser reports it as the error it is.
-#pragma push_macro("NDEBUG")
-#undef NDEBUG
-#define TOML_ASSERT(expr) static_cast<void>(0)
-#include <toml++/toml.h>
-#pragma pop_macro("NDEBUG")
+#include "firework/tomlconfig.h"
 
 #include "firework/showfile.h"
 
 #include "firework/builtin.h"
+#include "firework/lookfile.h"
 #include "firework/sample.h"
 #include "firework/showtiming.h"
 #include "firework/valueranges.h"
@@ -335,14 +327,21 @@ public:
         toml::table& root = parsed.table();
         std::vector<entry_t> entries;
         music_t music;
+        look_t look;
         for (auto&& [key, node] : root) {
             if (key.str() == "music") {
                 readmusic(node, music);
                 continue;
             }
+            if (key.str() == "look") {
+                readlooktable(node, look, [this](const toml::source_region& where, const std::string& what) {
+                    problem(where, what);
+                });
+                continue;
+            }
             if (key.str() != "shell") {
                 problem(key.source(), "unknown key '" + escaped(key.str(), quotedchars, false)
-                                          + "' (a show holds [[shell]] tables and one [music] table)");
+                                          + "' (a show holds [[shell]] tables, one [music] table and one [look] table)");
                 continue;
             }
             toml::array* array = node.as_array();
@@ -369,10 +368,11 @@ public:
         }
         build(entries, show);
         show.music = std::move(music);
+        show.look = look;
         // Refused before anything plays it: a frame that cannot be drawn in
         // bounded memory, known from the designs and launch times.
         if (std::string why; !drawable(show, why)) {
-            m_problems.push_back(m_path + ": " + why);
+            m_problems.push_back(printable(m_path) + ": " + why);
             show = {};
             return false;
         }

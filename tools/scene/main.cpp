@@ -148,6 +148,7 @@ int info(const std::string& path)
     std::snprintf(line, sizeof line, "largest frame: %zu points at %.3f s\n", busiest.points, busiest.at);
     // Each shell's launch and burst: the frame after the end has asked for all.
     std::cout << line << "sounds: " << 2 * show.shells.size() << '\n';
+    if (show.look.night()) std::cout << "look: " << vexlor::describelook(show.look) << '\n';
     if (!show.music.file.empty()) {
         sndkit::musicinfo_t music;
         std::string message;
