@@ -40,9 +40,11 @@ std::string formatname(int format)
     return name;
 }
 
+} // namespace
+
 // Opens and checks what every use of a track needs: channels, a rate, a
 // length and seeking.
-SNDFILE* openfile(const char* path, musicinfo_t& info, std::string& message)
+SNDFILE* opentrack(const char* path, musicinfo_t& info, std::string& message)
 {
     // A FIFO or a device is refused before a byte of it is read: it could
     // block the open or never end.
@@ -76,11 +78,9 @@ SNDFILE* openfile(const char* path, musicinfo_t& info, std::string& message)
     return file;
 }
 
-} // namespace
-
 bool probemusic(const char* path, musicinfo_t& info, std::string& message)
 {
-    SNDFILE* file = openfile(path, info, message);
+    SNDFILE* file = opentrack(path, info, message);
     if (file == nullptr)
         return false;
     sf_close(file);
@@ -114,7 +114,7 @@ bool musicstream_t::open(const char* path, int rate, std::string& message)
         message = "unsupported output rate";
         return false;
     }
-    m_file = openfile(path, m_info, message);
+    m_file = opentrack(path, m_info, message);
     if (m_file == nullptr)
         return false;
     m_rate = rate;

@@ -69,4 +69,9 @@ private:
 // Reads a track's header only. False with the reason in `message`.
 bool probemusic(const char* path, musicinfo_t& info, std::string& message);
 
+// Opens a track for reading at its own rate, checked as every use of it
+// needs (channels, rate, length, seeking); close it with sf_close. Null with
+// the reason (without the path) in `message`.
+sf_private_tag* opentrack(const char* path, musicinfo_t& info, std::string& message);
+
 } // namespace sndkit

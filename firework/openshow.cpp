@@ -10,7 +10,23 @@
 
 namespace vexlor {
 
-bool openshow(const std::string& arg, show_t& show, std::string& message, const readprogress_t& progress)
+namespace {
+
+// A scene file or a built-in show: one origin for every shell.
+void oneorigin(show_t& show, const std::string& file, const std::string& kind)
+{
+    shellorigin_t origin;
+    origin.file = file;
+    origin.kind = kind;
+    origin.count = show.shells.size();
+    show.origins.push_back(std::move(origin));
+    show.origin.assign(show.shells.size(), 0);
+}
+
+} // namespace
+
+bool openshow(const std::string& arg, show_t& show, std::string& message, const readprogress_t& progress,
+              const trackreader_t& tracks)
 {
     std::error_code error;
     fileformat_t format = fileformat_t::show;
@@ -21,6 +37,7 @@ bool openshow(const std::string& arg, show_t& show, std::string& message, const 
             return false;
         }
         show = sharescene(std::move(scene));
+        oneorigin(show, arg, "built-in show");
         return true;
     }
     if (!sniffformat(arg.c_str(), format, message))
@@ -34,12 +51,13 @@ bool openshow(const std::string& arg, show_t& show, std::string& message, const 
             message = arg + ": " + why;
             return false;
         }
+        oneorigin(read, arg, "scene file");
         show = std::move(read);
         return true;
     }
     std::vector<std::string> problems;
     show_t read;
-    if (!readshowfile(arg.c_str(), read, problems, progress)) {
+    if (!readshowfile(arg.c_str(), read, problems, progress, tracks)) {
         message = problems.empty() ? arg + ": cannot read the file" : problems.front();
         return false;
     }

@@ -4,6 +4,7 @@
 
 #include "firework/scenefile.h"
 #include "firework/show.h"
+#include "firework/showbeats.h"
 
 #include <string>
 
@@ -12,7 +13,9 @@ namespace vexlor {
 // A readable file is read as a scene or show file by its content; any other
 // name must be a built-in show (single, simple, random, miniexhibition, blink,
 // susuki). False with the first problem as one line in `message`, and
-// `show` untouched.
-bool openshow(const std::string& arg, show_t& show, std::string& message, const readprogress_t& progress = {});
+// `show` untouched. `tracks` reads the music's beats of show files that count
+// them (firework/showfile.h).
+bool openshow(const std::string& arg, show_t& show, std::string& message, const readprogress_t& progress = {},
+              const trackreader_t& tracks = {});
 
 } // namespace vexlor

@@ -137,9 +137,17 @@ void liftlaunchsites(show_t& show)
     for (firework_t& shell : show.shells) shell.position.z += k_lift;
 }
 
+const shellorigin_t* originof(const show_t& show, std::size_t shell)
+{
+    if (shell >= show.origin.size() || show.origin[shell] >= show.origins.size())
+        return nullptr;
+    return &show.origins[show.origin[shell]];
+}
+
 std::size_t showbytes(const show_t& show)
 {
-    std::size_t bytes = vectorbytes(show.designs) + vectorbytes(show.shells) + vectorbytes(show.design);
+    std::size_t bytes = vectorbytes(show.designs) + vectorbytes(show.shells) + vectorbytes(show.design)
+                      + vectorbytes(show.origins) + vectorbytes(show.origin);
     for (const std::vector<fire_t>& fires : show.designs) {
         bytes += vectorbytes(fires);
         for (const fire_t& fire : fires) {

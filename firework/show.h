@@ -18,7 +18,10 @@ namespace vexlor {
 
 // The music a show file names: played from show time `offset` (negative: from
 // inside the track) at `gain`. No file: no music. `line` and `column` tell
-// where the file was named, for problems found when it is opened.
+// where the file was named, for problems found when it is opened. Its beats
+// come from a tempo (`bpm`, beat 1 at `firstbeat` seconds into the track) or
+// are detected in the track (`detect`, then `beats`); firework/showbeats.h
+// reads them.
 struct music_t {
     std::string file; // resolved against the show file's folder
     double offset = 0.0;
@@ -26,6 +29,26 @@ struct music_t {
     std::size_t line = 0;
     std::size_t column = 0;
     std::string showfile; // the show file that names it
+
+    double bpm = 0.0;       // beats a minute, given or detected; 0: no beats
+    double firstbeat = 0.0; // track seconds of beat 1, with a given bpm
+    bool detect = false;    // beats = "detect"
+    std::vector<double> beats; // detected: track seconds of every beat, in order
+    double seconds = 0.0;   // the track's length once read; 0: not read
+    std::string beatproblem; // why the beats are unknown, as one line; empty: known or not asked for
+};
+
+// Where a shell was written, for those who point at it: the file, the line
+// of its [[shell]] table (0 for a scene file or a built-in show) and its
+// kind. Repetitions share one: shell `first` is the first of `count`
+// repetitions of `each` shells.
+struct shellorigin_t {
+    std::string file;
+    std::size_t line = 0;
+    std::string kind;
+    std::size_t first = 0;
+    std::size_t each = 1;
+    std::size_t count = 1;
 };
 
 struct show_t {
@@ -34,7 +57,12 @@ struct show_t {
     std::vector<std::vector<fire_t>> designs;
     std::vector<firework_t> shells;  // headers: `fires` stays empty
     std::vector<std::size_t> design; // per shell, an index into designs
+    std::vector<shellorigin_t> origins;
+    std::vector<std::uint32_t> origin; // per shell, an index into origins (may be empty)
 };
+
+// The origin of shell `shell`, or null when the show keeps none.
+const shellorigin_t* originof(const show_t& show, std::size_t shell);
 
 // Finds identical star lists while a show is built, by content (bit for bit,
 // so that shared shells draw exactly what their own copies would).

@@ -9,6 +9,7 @@
 #include "firework/builtin.h"
 #include "firework/lookfile.h"
 #include "firework/sample.h"
+#include "firework/showbeats.h"
 #include "firework/showtiming.h"
 #include "firework/valueranges.h"
 #include "utils/regularfile.h"
@@ -182,6 +183,8 @@ constexpr kindset_t everykind = ~0u;
 // One shell the makers build, as opposed to a show or a scene placed whole.
 constexpr kindset_t oneshell =
     kindbit(kind_t::single) | kindbit(kind_t::simple) | kindbit(kind_t::blink) | kindbit(kind_t::susuki);
+// A show or a scene placed whole: it goes up at a time, its shells break at theirs.
+constexpr kindset_t placedwhole = everykind & ~oneshell;
 
 // How a value is written.
 enum class form_t {
@@ -190,6 +193,7 @@ enum class form_t {
     vector, // [x, y, z]
     color,  // [red, green, blue] or [red, green, blue, alpha]
     file,   // a file's name, relative to the show file's folder
+    word,   // one word, the key's `word`
 };
 
 // One key of a table: the kinds that take it and those that must give it,
@@ -202,12 +206,17 @@ struct keyinfo_t {
     double least;
     double most;
     const char* unit; // "s", "m", "m/s", or "" for a plain number
+    const char* word = nullptr; // the one word a form_t::word key takes
 };
 
 // The keys of a [[shell]] table besides `kind`. A new key, a new kind's keys
 // or a new range goes here; reading, checking and the messages follow.
 const keyinfo_t shellkeys[] = {
-    {"time", everykind, everykind, form_t::number, 0.0, maxshowtime, "s"},
+    // A shell goes up at its time, or breaks at its burst or on a beat of the
+    // music; one of the three (placed shows and scenes: a time).
+    {"time", everykind, placedwhole, form_t::number, 0.0, maxshowtime, "s"},
+    {"burst", oneshell, nokind, form_t::number, 0.0, maxshowtime, "s"},
+    {"beat", oneshell, nokind, form_t::number, 1.0, maxbeat, ""},
     {"position", everykind, nokind, form_t::vector, -maxdistance, maxdistance, "m"},
     {"velocity", oneshell, nokind, form_t::vector, -maxspeed, maxspeed, "m/s"},
     {"fuse", oneshell, nokind, form_t::number, 0.0, maxfuse, "s"},
@@ -217,6 +226,7 @@ const keyinfo_t shellkeys[] = {
     {"count", everykind, nokind, form_t::whole, 1.0, static_cast<double>(maxshells), ""},
     {"interval", everykind, nokind, form_t::number, 0.0, maxshowtime, "s"},
     {"step", everykind, nokind, form_t::vector, -maxdistance, maxdistance, "m"},
+    {"every", oneshell, nokind, form_t::number, 0.0, maxbeat, ""}, // beats between repetitions
 };
 
 // The keys of the [music] table.
@@ -224,6 +234,10 @@ const keyinfo_t musickeys[] = {
     {"file", everykind, everykind, form_t::file, 0.0, 0.0, ""},
     {"offset", everykind, nokind, form_t::number, -maxmusicoffset, maxmusicoffset, "s"},
     {"gain", everykind, nokind, form_t::number, 0.0, maxmusicgain, ""},
+    // Its beats: a tempo and the track's time of beat 1, or found in the track.
+    {"bpm", everykind, nokind, form_t::number, minbpm, maxbpm, "beats a minute"},
+    {"first_beat", everykind, nokind, form_t::number, 0.0, maxmusicoffset, "s"},
+    {"beats", everykind, nokind, form_t::word, 0.0, 0.0, "", "detect"},
 };
 
 template <std::size_t N> const keyinfo_t* findkey(const keyinfo_t (&keys)[N], std::string_view name)
@@ -297,12 +311,16 @@ struct entry_t {
         return value != nullptr ? value->number : origin;
     }
     std::size_t count() const { return static_cast<std::size_t>(number("count", 1.0)); }
+
+    std::size_t line = 0; // of the table
+    float fuse = 0.0f;    // the shell's fuse, once known (burst and beat)
 };
 
 class reader_t {
 public:
-    reader_t(const char* path, std::vector<std::string>& problems, const readprogress_t& progress)
-        : m_path(path), m_problems(problems), m_progress(progress)
+    reader_t(const char* path, std::vector<std::string>& problems, const readprogress_t& progress,
+             const trackreader_t& tracks)
+        : m_path(path), m_problems(problems), m_progress(progress), m_tracks(tracks)
     {
         m_folder = std::filesystem::path(path).parent_path();
     }
@@ -355,6 +373,13 @@ public:
                     entries.push_back(std::move(entry));
             }
         }
+        // Bursts and beats are placed once the music is known, whatever the
+        // order of the tables.
+        if (music.bpm > 0.0 || music.detect)
+            readtrack(music);
+        for (entry_t& entry : entries)
+            if (entry.get("burst") != nullptr || entry.get("beat") != nullptr)
+                placebreaks(entry, music);
         if (m_problems.size() == before && entries.empty())
             problem(at_t{1, 1}, "the show holds no shells");
         if (m_problems.size() != before) {
@@ -366,6 +391,7 @@ public:
             }
             return false;
         }
+        m_music = music;
         build(entries, show);
         show.music = std::move(music);
         show.look = look;
@@ -699,6 +725,16 @@ private:
         return true;
     }
 
+    bool word(const toml::node& node, const keyinfo_t& key)
+    {
+        const std::optional<std::string_view> text = node.value<std::string_view>();
+        if (!text || *text != key.word) {
+            problem(node.source(), std::string(key.name) + " must be \"" + key.word + "\"");
+            return false;
+        }
+        return true;
+    }
+
     // Reads the keys of a table that `kind` takes into `entry`: every value
     // in its form and range, every key given that it needs. `handled` names
     // a key read before (the kind) or is null; `what` names the table in
@@ -734,6 +770,7 @@ private:
             case form_t::vector: ok = numbers(node, *key, 3, 3, value); break;
             case form_t::color: ok = numbers(node, *key, 3, 4, value); break;
             case form_t::file: ok = file(node, *key, filewhat, value); break;
+            case form_t::word: ok = word(node, *key); break;
             }
             if (ok)
                 entry.values.emplace(std::string(k), std::move(value));
@@ -743,6 +780,7 @@ private:
     bool readentry(toml::table& table, entry_t& entry)
     {
         const std::size_t before = m_problems.size();
+        entry.line = table.source().begin.line;
         const toml::node* kind = table.get("kind");
         if (kind == nullptr) {
             problem(table.source(), "the shell has no kind (" + kindchoice() + ")");
@@ -762,6 +800,8 @@ private:
         }
         static const std::string unknown = "(known: kind, " + keynames(shellkeys) + ")";
         readkeys(table, shellkeys, kindbit(entry.kind), "kind", "the shell", unknown, "a scene file", entry);
+        if ((kindbit(entry.kind) & oneshell) != 0)
+            readwhen(table, entry);
         if (entry.kind == kind_t::scene && entry.get("file") != nullptr)
             readscene(entry);
         if (m_problems.size() != before)
@@ -789,6 +829,168 @@ private:
         }
         music.offset = entry.number("offset", music.offset);
         music.gain = entry.number("gain", music.gain);
+        music.bpm = entry.number("bpm", 0.0);
+        music.firstbeat = entry.number("first_beat", 0.0);
+        music.detect = entry.get("beats") != nullptr;
+        if (music.detect && music.bpm > 0.0) {
+            problem(entry.get("beats")->where, "beats = \"detect\" finds the tempo in the track: give it or bpm, not both");
+            music.bpm = 0.0;
+        }
+        if (const value_t* first = entry.get("first_beat"); first != nullptr && entry.get("bpm") == nullptr)
+            problem(first->where, "first_beat goes with bpm; with beats = \"detect\" the beats are found in the track");
+        if (const value_t* first = entry.get("first_beat"))
+            m_firstbeat = first->where;
+    }
+
+    // ---- Bursts and beats
+
+    // A one-shell entry is timed by one of time, burst and beat; its
+    // repetitions are `interval` seconds apart, or `every` beats with beat.
+    void readwhen(const toml::table& table, const entry_t& entry)
+    {
+        std::vector<std::pair<at_t, const char*>> given;
+        for (const char* way : {"time", "burst", "beat"})
+            if (const value_t* value = entry.get(way))
+                given.emplace_back(at_t{value->where.begin.line, value->where.begin.column}, way);
+        std::sort(given.begin(), given.end(), [](const auto& a, const auto& b) {
+            return std::make_pair(a.first.line, a.first.column) < std::make_pair(b.first.line, b.first.column);
+        });
+        if (given.empty())
+            problem(table.source(), "the shell has no time: give time (its launch), burst (its break) or beat "
+                                    "(the music's beat it breaks on)");
+        for (std::size_t i = 1; i < given.size(); ++i)
+            problem(given[i].first, std::string("both ") + given[0].second + " and " + given[i].second
+                                        + ": a shell goes up at its time, or breaks at its burst or on a beat, one of them");
+        const bool beat = entry.get("beat") != nullptr;
+        if (const value_t* every = entry.get("every"); every != nullptr && !beat)
+            problem(every->where, "every counts the beats between repetitions and goes with beat; with time or "
+                                  "burst use interval");
+        if (const value_t* interval = entry.get("interval"); interval != nullptr && beat)
+            problem(interval->where, "with beat, repetitions are counted in beats: use every instead of interval");
+    }
+
+    // The track's length, and its beats when they are to be found in it.
+    void readtrack(music_t& music)
+    {
+        if (music.file.empty())
+            return;
+        double seconds = 0.0, bpm = 0.0;
+        std::vector<double> beats;
+        std::string why = "nothing here reads music files";
+        if (!m_tracks || !m_tracks(music.file, music.detect, seconds, bpm, beats, why)) {
+            m_trackwhy = why;
+            music.beatproblem = musicproblem(music, why);
+            music.beats.clear();
+            if (music.detect)
+                music.bpm = 0.0;
+            return;
+        }
+        music.seconds = seconds;
+        if (music.detect) {
+            music.bpm = bpm;
+            music.beats = std::move(beats);
+        } else if (music.firstbeat > music.seconds) {
+            problem(m_firstbeat, "first_beat at " + bound(music.firstbeat) + " s lies past the track's end ("
+                                     + millis(music.seconds) + " s)");
+        }
+    }
+
+    // The fuse a one-shell kind's maker gives, made once.
+    float makerfuse(kind_t kind)
+    {
+        const auto found = m_fuses.find(kind);
+        if (found != m_fuses.end())
+            return found->second;
+        std::vector<firework_t> scene;
+        switch (kind) {
+        case kind_t::single: makesingle(scene); break;
+        case kind_t::simple: makesimple(scene, 6.25f, geokit::color3a_t{1, 1, 1, 1}); break;
+        case kind_t::blink: makeblink(scene); break;
+        default: makesusuki(scene); break;
+        }
+        const float fuse = scene.empty() ? 0.0f : scene.front().fuse;
+        m_fuses.emplace(kind, fuse);
+        return fuse;
+    }
+
+    // Where the break of an entry timed by burst or beat is told wrong: no
+    // beats to count, a beat past the music's end, a break before the shell
+    // can rise, a launch past the show's latest time.
+    void placebreaks(entry_t& entry, const music_t& music)
+    {
+        entry.fuse = static_cast<float>(entry.number("fuse", makerfuse(entry.kind)));
+        const double n = static_cast<double>(entry.count() - 1);
+        const value_t* beat = entry.get("beat");
+        const value_t& at = beat != nullptr ? *beat : *entry.get("burst");
+        double first = at.number[0];
+        double last = first + n * entry.number("interval", 0.0);
+        if (beat != nullptr) {
+            if (!hasbeats(music)) {
+                problem(at.where, nobeats(music));
+                return;
+            }
+            const double lastbeat = first + n * entry.number("every", 0.0);
+            if (!beattime(music, first, first)) {
+                problem(at.where, pastend(music, first));
+                return;
+            }
+            if (!beattime(music, lastbeat, last)) {
+                problem(at.where, "the last repetition's " + pastend(music, lastbeat));
+                return;
+            }
+        }
+        const double fuse = static_cast<double>(entry.fuse);
+        if (first - fuse < 0.0) {
+            problem(at.where, (beat != nullptr ? "beat " + bound(at.number[0]) + " breaks at " + millis(first) + " s"
+                                               : "burst at " + bound(first) + " s")
+                                  + ", before the shell can rise: its fuse burns " + bound(fuse) + " s");
+            return;
+        }
+        if (last - fuse > maxshowtime)
+            problem(at.where, "the last repetition would go up at " + millis(last - fuse)
+                                  + " s, after the latest time a show may use (" + bound(maxshowtime) + " s)");
+    }
+
+    std::string nobeats(const music_t& music) const
+    {
+        if (music.file.empty())
+            return "beat counts the music's beats, and the show has no [music]";
+        if (!(music.bpm > 0.0) && !music.detect)
+            return "beat counts the music's beats: give [music] bpm and first_beat, or beats = \"detect\"";
+        if (!m_trackwhy.empty())
+            return "beat cannot be used: the music file " + music.file + " cannot be read (" + m_trackwhy + ")";
+        return "beat cannot be used: no beats were found in the music file " + music.file;
+    }
+
+    static std::string pastend(const music_t& music, double beat)
+    {
+        const std::size_t count = beatcount(music);
+        double last = 0.0;
+        beattime(music, static_cast<double>(count), last);
+        return "beat " + bound(beat) + " is past the music's end: its last beat is beat " + std::to_string(count)
+             + " at " + millis(last) + " s";
+    }
+
+    // A time in seconds as messages write it, to the millisecond.
+    static std::string millis(double value)
+    {
+        char text[32];
+        std::snprintf(text, sizeof text, "%.3f", value);
+        return text;
+    }
+
+    // The launch of repetition `i` of an entry.
+    double launch(const entry_t& entry, std::size_t i) const
+    {
+        const double n = static_cast<double>(i);
+        if (const value_t* beat = entry.get("beat")) {
+            double at = 0.0;
+            beattime(m_music, beat->number[0] + n * entry.number("every", 0.0), at);
+            return at - static_cast<double>(entry.fuse);
+        }
+        if (const value_t* burst = entry.get("burst"))
+            return burst->number[0] + n * entry.number("interval", 0.0) - static_cast<double>(entry.fuse);
+        return entry.number("time", 0.0) + n * entry.number("interval", 0.0);
     }
 
     // Reads each named scene file once; its problem is reported where it is named.
@@ -840,7 +1042,7 @@ private:
         }
         const double n = static_cast<double>(count - 1);
         const double last = entry.number("time", 0.0) + n * entry.number("interval", 0.0);
-        if (last > maxshowtime) {
+        if (entry.get("time") != nullptr && last > maxshowtime) {
             problem(where, "the last repetition would go up at " + bound(last) + " s, after the latest time a show may use ("
                                + bound(maxshowtime) + " s)");
             return false;
@@ -941,6 +1143,7 @@ private:
         for (const entry_t& entry : entries) {
             const double start = entry.number("time", 0.0);
             const double interval = entry.number("interval", 0.0);
+            const std::size_t first = show.shells.size();
             const double* position = entry.vector("position");
             const double* step = entry.vector("step");
             const value_t* velocity = entry.get("velocity");
@@ -954,7 +1157,7 @@ private:
             }
             for (std::size_t i = 0; i < entry.count(); ++i) {
                 const double n = static_cast<double>(i);
-                const double time = start + n * interval;
+                const double time = (kindbit(entry.kind) & oneshell) != 0 ? launch(entry, i) : start + n * interval;
                 const double at[3] = {position[0] + n * step[0], position[1] + n * step[1], position[2] + n * step[2]};
                 if ((kindbit(entry.kind) & oneshell) != 0) {
                     const made_t& maker = made(show, entry);
@@ -981,7 +1184,24 @@ private:
                     place(show, placed, designs, time, at);
                 }
             }
+            origin(show, entry, first);
         }
+    }
+
+    // Where the entry's shells were written, shared by all of them.
+    void origin(show_t& show, const entry_t& entry, std::size_t first)
+    {
+        shellorigin_t where;
+        where.file = m_path;
+        where.line = entry.line;
+        where.kind = kindname(entry.kind);
+        if (entry.kind == kind_t::scene)
+            where.kind += " " + std::filesystem::path(entry.get("file")->file).filename().string();
+        where.first = first;
+        where.count = entry.count();
+        where.each = (show.shells.size() - first) / std::max<std::size_t>(where.count, 1);
+        show.origin.resize(show.shells.size(), static_cast<std::uint32_t>(show.origins.size()));
+        show.origins.push_back(std::move(where));
     }
 
     std::string m_path;
@@ -990,6 +1210,11 @@ private:
     std::size_t m_first = m_problems.size(); // this file's first problem
     std::vector<std::pair<std::size_t, std::size_t>> m_positions; // of this file's problems, in order
     const readprogress_t& m_progress;
+    const trackreader_t& m_tracks;
+    music_t m_music; // once read: what beats are counted on
+    std::string m_trackwhy; // why the track's beats could not be read
+    toml::source_region m_firstbeat;
+    std::map<kind_t, float> m_fuses;
     std::map<std::string, std::vector<firework_t>> m_scenes;
     std::size_t m_total = 0;
     designindex_t m_designs;
@@ -1047,21 +1272,22 @@ std::string musicproblem(const music_t& music, const std::string& reason)
                      + ": music file: " + music.file + ": " + reason);
 }
 
-bool readshowfile(const char* path, show_t& show, std::vector<std::string>& problems, const readprogress_t& progress)
+bool readshowfile(const char* path, show_t& show, std::vector<std::string>& problems, const readprogress_t& progress,
+                  const trackreader_t& tracks)
 {
-    reader_t reader(path, problems, progress);
+    reader_t reader(path, problems, progress, tracks);
     return reader.readfile(show);
 }
 
 bool readshowtext(const std::string& text, const char* path, show_t& show, std::vector<std::string>& problems,
-                  const readprogress_t& progress)
+                  const readprogress_t& progress, const trackreader_t& tracks)
 {
     if (text.size() > maxshowbytes) {
         problems.push_back(printable(path) + ": a show file may hold at most " + std::to_string(maxshowbytes >> 20)
                            + " MB");
         return false;
     }
-    reader_t reader(path, problems, progress);
+    reader_t reader(path, problems, progress, tracks);
     return reader.read(text, show);
 }
 

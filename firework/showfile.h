@@ -6,6 +6,7 @@
 
 #include "firework/scenefile.h"
 #include "firework/show.h"
+#include "firework/showbeats.h"
 
 #include <cstddef>
 #include <string>
@@ -28,6 +29,11 @@ inline constexpr std::size_t maxproblems = 100;
 inline constexpr double maxmusicoffset = 86400.0;
 inline constexpr double maxmusicgain = 16.0;
 
+// A tempo a show may give: from a slow funeral march's to beyond any drum
+// roll's, in beats a minute.
+inline constexpr double minbpm = 1.0;
+inline constexpr double maxbpm = 1000.0;
+
 enum class fileformat_t { scene, show };
 
 // A scene file's first line is its count of fireworks; any other text is
@@ -43,13 +49,17 @@ bool sniffformat(const char* path, fileformat_t& format, std::string& message);
 // is built only when there is none. Shells and scene files are checked before
 // anything is built, so a refused file costs no more than its text. Every
 // number must lie in its range (firework/valueranges.h); text is UTF-8.
+// `tracks` reads the music's length and beats when the show counts beats
+// ([music] bpm or beats = "detect"); without it no beat can be placed. A
+// track that cannot be read is no problem unless a shell counts its beats:
+// its line is then in the show's music.beatproblem.
 bool readshowfile(const char* path, show_t& show, std::vector<std::string>& problems,
-                  const readprogress_t& progress = {});
+                  const readprogress_t& progress = {}, const trackreader_t& tracks = {});
 
 // The same for a show file's text already in memory; `path` names it in the
 // problems and scene files are found beside it.
 bool readshowtext(const std::string& text, const char* path, show_t& show, std::vector<std::string>& problems,
-                  const readprogress_t& progress = {});
+                  const readprogress_t& progress = {}, const trackreader_t& tracks = {});
 
 // A problem with the show's music file as one line:
 // "SHOWFILE:LINE:COLUMN: music file: FILE: reason".
