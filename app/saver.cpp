@@ -6,6 +6,7 @@
 #include "app/eglwindow.h"
 #include "app/framepacer.h"
 #include "app/showsound.h"
+#include "audio/trackscan.h"
 #include "audio/wavedispatch.h"
 #include "firework/openshow.h"
 #include "firework/showrunner.h"
@@ -71,7 +72,7 @@ int runsaver(const saveroptions_t& options, const char* argv0)
 
     show_t show;
     std::string problem;
-    if (!openshow(options.show.empty() ? "susuki" : options.show, show, problem)) {
+    if (!openshow(options.show.empty() ? "susuki" : options.show, show, problem, {}, sndkit::readtrack)) {
         std::cerr << problem << std::endl;
         return 1;
     }

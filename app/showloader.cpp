@@ -2,6 +2,7 @@
 // carries the cancel flag back to the reader.
 #include "app/showloader.h"
 
+#include "audio/trackscan.h"
 #include "firework/openshow.h"
 
 #include <malloc.h>
@@ -26,7 +27,7 @@ void showloader_t::run(std::string arg)
         m_total = total;
         m_done = done;
         return !m_cancel.load();
-    });
+    }, sndkit::readtrack);
     // A scene file is read whole before its shells are shared; the freed
     // copies sit in this thread's arena, which glibc does not give back by
     // itself: without this the viewer keeps the file's size for good.

@@ -849,9 +849,10 @@ private:
     void readwhen(const toml::table& table, const entry_t& entry)
     {
         std::vector<std::pair<at_t, const char*>> given;
+        // Given counts even when its value was refused: that has its own line.
         for (const char* way : {"time", "burst", "beat"})
-            if (const value_t* value = entry.get(way))
-                given.emplace_back(at_t{value->where.begin.line, value->where.begin.column}, way);
+            if (const toml::node* node = table.get(way))
+                given.emplace_back(at_t{node->source().begin.line, node->source().begin.column}, way);
         std::sort(given.begin(), given.end(), [](const auto& a, const auto& b) {
             return std::make_pair(a.first.line, a.first.column) < std::make_pair(b.first.line, b.first.column);
         });

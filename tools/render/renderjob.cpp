@@ -3,6 +3,7 @@
 // tables are sized before.
 #include "tools/render/renderjob.h"
 
+#include "audio/trackscan.h"
 #include "firework/openshow.h"
 #include "firework/showfile.h"
 #include "firework/showrunner.h"
@@ -102,7 +103,8 @@ int render(const renderoptions_t& options, renderstats_t& stats)
     std::string message;
     // A scene file's problem is told as the checker words it: FILE:LINE: what.
     // A signal cancels the read of a large file within a chunk.
-    if (!openshow(options.show, show, message, [](std::uint64_t, std::uint64_t) { return g_stop == 0; })) {
+    if (!openshow(options.show, show, message, [](std::uint64_t, std::uint64_t) { return g_stop == 0; },
+                  sndkit::readtrack)) {
         if (g_stop) {
             std::cerr << k_program << ": stopped; " << options.output << " was not written" << std::endl;
             return k_stopped;
