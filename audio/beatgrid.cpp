@@ -23,6 +23,11 @@ constexpr int k_finesteps = 200;
 constexpr double k_match = 1.0 / 6.0;
 // Beats either side whose onsets set a beat.
 constexpr int k_neighbours = 4;
+// Onsets on a grid line up at least this well (1: exactly).
+constexpr double k_coherent = 0.5;
+// A beat due this little before the track's first sample is its first beat;
+// any earlier one lies outside the track, whatever the opening sound.
+constexpr double k_startslack = 0.010;
 
 // How well `times` line up at `period`: the length of their mean phase
 // vector (1: all on one phase), and that phase in seconds.
@@ -97,10 +102,19 @@ bool fitbeats(const std::vector<onset_t>& onsets, double hint, double seconds, b
     double phase = 0.0;
     double period = bestperiod(strong, 60.0 / bpm, k_tempospan, k_coarsesteps, phase);
     period = bestperiod(strong, period, 2.0 * k_tempospan / k_coarsesteps, k_finesteps, phase);
+    // Music faster than the range counted in halves has a strong onset every
+    // half period, whose phases cancel: the grid is then found at twice the
+    // tempo and every other beat counted.
+    double step = period; // the grid's phase repeats every step
+    if (coherence(strong, period, phase) < k_coherent) {
+        step = bestperiod(strong, period / 2.0, k_tempospan, k_coarsesteps, phase);
+        step = bestperiod(strong, step, 2.0 * k_tempospan / k_coarsesteps, k_finesteps, phase);
+        period = 2.0 * step;
+    }
 
     // Beat 1 is the grid's beat at the first strong onset; then every
     // period to the end, following the onsets as the tempo drifts.
-    const double first = phase + std::round((strong.front() - phase) / period) * period;
+    const double first = phase + std::round((strong.front() - phase) / step) * step;
     const auto count = static_cast<std::size_t>(std::floor((seconds - first) / period)) + 1;
     if (!(first <= seconds) || count < 2)
         return false;
@@ -157,7 +171,7 @@ bool fitbeats(const std::vector<onset_t>& onsets, double hint, double seconds, b
         all.push_back(onset.time);
     std::sort(all.begin(), all.end());
     std::vector<double> before;
-    for (double t = beats.times.front() - period; t >= -k_match * period; t -= period) {
+    for (double t = beats.times.front() - period; t >= -k_startslack; t -= period) {
         const double onset = nearest(all, t);
         if (onset < 0.0 || std::fabs(onset - t) > k_match * period)
             break;
