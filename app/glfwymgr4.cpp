@@ -120,6 +120,12 @@ void glfwyMGR4::PostRedisplay()
     glfwPostEmptyEvent();
 }
 
+void glfwyMGR4::Wake()
+{
+    m_woken = true;
+    glfwPostEmptyEvent();
+}
+
 void glfwyMGR4::SwapBuffers(glutyAPI4* window)
 {
     glfwSwapBuffers(m_windows.at(window));
@@ -176,6 +182,7 @@ void glfwyMGR4::MainLoop()
 {
     if (m_exit) return;
     for (;;) {
+        const bool woken = m_woken.exchange(false);
         for (auto it = m_objects.begin(); it != m_objects.end();) {
             GLFWwindow* handle = it->first;
             glutyAPI4* object = it->second;
@@ -185,7 +192,7 @@ void glfwyMGR4::MainLoop()
                 m_windows.erase(object);
                 continue;
             }
-            if (m_idle) {
+            if (m_idle || woken) {
                 glfwMakeContextCurrent(handle);
                 object->idle();
             }

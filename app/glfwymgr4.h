@@ -10,6 +10,7 @@
 #define GLFW_INCLUDE_NONE
 #include <GLFW/glfw3.h>
 
+#include <atomic>
 #include <map>
 
 namespace winkit {
@@ -26,6 +27,9 @@ public:
     void Exit() { m_exit = true; }
     void KeyRepeat(bool on) { m_keyrepeat = on; }
     void PostRedisplay();
+    // From any thread: the next pass idles the windows once, even while
+    // idling is off, so that news from a worker (a saved file) is taken up.
+    void Wake();
     void SwapBuffers(glutyAPI4* window);
 
     // Creates a 640 x 480 window titled `title` for `window`, makes its context
@@ -53,6 +57,7 @@ private:
     bool m_keyrepeat = false;
     bool m_redisplay = false;
     bool m_initfailed = false;
+    std::atomic<bool> m_woken{false};
     framepacer_t m_pacer;
 };
 

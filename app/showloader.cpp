@@ -64,6 +64,13 @@ std::string showloader_t::message() const
     return m_message;
 }
 
+void showloader_t::reset()
+{
+    if (m_state.load() != state_t::failed) return;
+    if (m_thread.joinable()) m_thread.join();
+    m_state = state_t::idle;
+}
+
 void showloader_t::Destroy()
 {
     m_cancel = true;

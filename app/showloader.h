@@ -32,6 +32,8 @@ public:
     bool take(show_t& show);
     // Once failed: the one line saying why.
     std::string message() const;
+    // Once failed and told: idle again.
+    void reset();
     // Asks the read to stop at its next progress report; does not wait.
     void cancel() { m_cancel = true; }
     // Cancels and waits for the worker, which sees the cancel within a block.

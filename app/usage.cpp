@@ -8,19 +8,26 @@
 namespace vexlor {
 namespace {
 
-constexpr char k_usage[] = R"(usage: vexlor [--look LOOK] [SHOW]
+constexpr char k_usage[] = R"(usage: vexlor [--look LOOK] [--no-watch] [SHOW]
        vexlor --root | --window-id ID [--show SHOW] [--delay SECONDS] [--sound]
               [--look LOOK]
 
 Plays the built-in susuki show, or SHOW: a show file, a scene file (told apart
 by content) or a built-in show's name (single, simple, random, miniexhibition,
 blink, susuki); see vexlor-scene --help to check them. The show loops for ever.
-While a file loads only q, Escape and f act.
+While a file loads only q, Escape and f act. Each time the show file, a scene
+file it includes or its music is saved, the show is read again and goes on at
+the same time; a file saved with a mistake leaves the last good show playing
+and the mistake is shown until it is fixed.
 
 keys:
   Enter         restart the show
   space         pause / resume
   Left, Right   one second back / forward (also while paused)
+  Home          back to the start
+  Page Up/Down  ten seconds back / forward
+  , .           one frame back / forward while paused
+  Tab           show / hide the timeline (click or drag on it to seek)
   Shift (held)  leave trails while held
   f             toggle between the work-area size and the window's own size
   * /           polygon-offset factor up / down (printed)
@@ -33,6 +40,7 @@ options:
                 water, wind=X:Y:Z (m/s), sky=night|dusk, horizon=skyline|hills,
                 smoke=false, glow=G (0 to 4); e.g. night,water,wind=3.
                 Over the show file's [look]
+  --no-watch    do not read the show again when its files are saved
   --help        show this text
   --version     show the version
 
@@ -79,6 +87,10 @@ int commandline(int argc, char** argv, viewoptions_t& options)
             }
             const std::string value = arg == "--look" ? argv[++i] : arg.substr(7);
             if (!readlookoption(value, options.look)) return 2;
+            continue;
+        }
+        if (arg == "--no-watch") {
+            options.watch = false;
             continue;
         }
         if (arg.size() > 1 && arg[0] == '-') {

@@ -11,6 +11,7 @@ namespace vexlor {
 struct viewoptions_t {
     std::string show;   // empty: the built-in susuki show
     lookchoice_t look;  // over the show file's own look
+    bool watch = true;  // play each save of the show's files
 };
 
 // Answers --help and --version (and refuses unknown options and bad looks

@@ -1,5 +1,5 @@
-// The viewer's keys: restart, pause, one-second steps (the music follows
-// each), the diagnostic polygon-offset pair, the work-area toggle, trail mode
+// The viewer's keys: restart, pause, steps of a second, ten seconds or a
+// frame and a move to the start (the music follows each), the diagnostic polygon-offset pair, the work-area toggle, trail mode
 // on Shift, and quit.
 #include "app/viewwindow.h"
 
@@ -14,6 +14,9 @@ namespace vexlor {
 namespace {
 
 constexpr std::int64_t k_step = sceneclock_t::k_step;
+constexpr std::int64_t k_bigstep = 10 * k_step; // Page Up and Page Down
+// What , and . move while paused: one frame at the rate renders default to.
+constexpr double k_framestep = 1.0 / 60.0;
 
 void redraw()
 {
@@ -39,10 +42,21 @@ void ViewWindow::restart()
 
 void ViewWindow::togglepause()
 {
-    if (m_state.runner.togglepause(basekit::monotonicmicros()))
+    if (m_state.runner.togglepause(basekit::monotonicmicros())) {
         winkit::glfwyMGR4::instance()->IdleOff();
-    else
+        // The picture held is that of the paused time, which a reload or a
+        // frame step starts from, not that of the last frame before it.
+        idle();
+    } else
         winkit::glfwyMGR4::instance()->IdleOn();
+}
+
+// A move to an exact time, also while paused; it shows at once.
+void ViewWindow::seekto(double showtime)
+{
+    m_state.runner.seek(showtime, basekit::monotonicmicros());
+    idle();
+    redraw();
 }
 
 // The step shows at once, also while paused.
@@ -63,6 +77,11 @@ void ViewWindow::keyboard(unsigned char key, int, int)
     case winkit::key_escape:
     case 'q': quit(1); break;
     case winkit::key_space: togglepause(); break;
+    case ',':
+    case '.':
+        if (m_state.runner.paused())
+            seekto(m_state.runner.showtime(basekit::monotonicmicros()) + (key == '.' ? k_framestep : -k_framestep));
+        break;
     case '*': adjust(m_state.frame.polyoffsetfactor, +1, "polyoffsetfactor"); break;
     case '/': adjust(m_state.frame.polyoffsetfactor, -1, "polyoffsetfactor"); break;
     case '+': adjust(m_state.frame.polyoffsetunit, +1, "polyoffsetunit"); break;
@@ -81,6 +100,9 @@ void ViewWindow::specialkey(int key, int, int)
     switch (key) {
     case GLFW_KEY_LEFT: step(-k_step); break;
     case GLFW_KEY_RIGHT: step(+k_step); break;
+    case GLFW_KEY_PAGE_UP: step(-k_bigstep); break;
+    case GLFW_KEY_PAGE_DOWN: step(+k_bigstep); break;
+    case GLFW_KEY_HOME: seekto(0.0); break;
     case GLFW_KEY_LEFT_SHIFT:
     case GLFW_KEY_RIGHT_SHIFT:
         if (!m_state.frame.trail()) {

@@ -4,6 +4,7 @@
 // work-area toggle, and the status the program ends with.
 #pragma once
 
+#include "app/filewatch.h"
 #include "app/showloader.h"
 #include "app/showsound.h"
 #include "app/usage.h"
@@ -28,6 +29,13 @@ struct viewstate_t {
     bool loaded = false;
     int shownpercent = -1; // the percentage last put in the title while loading
     showrunner_t runner;
+    // Live reload: the show's files watched, a saved show read again on a
+    // thread of its own while the last good one plays, and why the last save
+    // could not be played (empty when it could).
+    filewatch_t watch;
+    showloader_t reloader;
+    bool reloadwanted = false;
+    std::string problem;
     frame_t frame; // drawn by the same code as headless renders
     smoke_t smoke; // the night look's, evaluated with each frame
     std::vector<primitive_t> puffs;

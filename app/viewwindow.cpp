@@ -29,6 +29,7 @@ void ViewWindow::quit(int status)
 {
     // A read still going on sees the flag within a block; main waits for it.
     if (loading()) m_state.loader.cancel();
+    m_state.reloader.cancel();
     m_state.status = status;
     winkit::glfwyMGR4::instance()->Exit();
 }
@@ -89,6 +90,80 @@ void ViewWindow::pollload()
     m_state.loaded = true;
     runner.setaudio(&m_state.sound);
     runner.start(basekit::monotonicmicros());
+    if (m_state.options.watch && !runner.show().files.empty()) {
+        std::string why;
+        if (m_state.watch.Init([] { winkit::glfwyMGR4::instance()->Wake(); }, why))
+            watchfiles(false);
+        else
+            std::cerr << "vexlor: " << why << "; saves are not played" << std::endl;
+    }
+}
+
+// The plain title, or the problem of the last save while there is one.
+void ViewWindow::settitle()
+{
+    GLFWwindow* window = winkit::glfwyMGR4::instance()->handle(this);
+    if (!window) return;
+    const std::string title = m_state.problem.empty() ? k_title : std::string(k_title) + ": " + m_state.problem;
+    glfwSetWindowTitle(window, title.c_str());
+}
+
+// The files of the show playing; after a bad save any file in their folders,
+// since the fix may lie in one the good show did not read.
+void ViewWindow::watchfiles(bool anyinfolder)
+{
+    const show_t& show = m_state.runner.show();
+    std::vector<std::string> files = show.files;
+    if (!show.music.file.empty()) files.push_back(show.music.file);
+    m_state.watch.watch(files, anyinfolder);
+}
+
+// Called each pass while the show plays: a save starts a read on the
+// reloader's thread (one at a time; saves during it make one more read); a
+// good read replaces the show at its time, a bad one is told once and the
+// last good show plays on.
+void ViewWindow::pollreload()
+{
+    if (m_state.watch.take()) m_state.reloadwanted = true;
+    showloader_t& reloader = m_state.reloader;
+    switch (reloader.state()) {
+    case showloader_t::state_t::loading: return;
+    case showloader_t::state_t::done: {
+        show_t show;
+        reloader.take(show);
+        replaceshow(std::move(show));
+        break;
+    }
+    case showloader_t::state_t::failed: {
+        const std::string message = reloader.message();
+        reloader.reset();
+        if (message != m_state.problem) {
+            std::cerr << message << std::endl;
+            m_state.problem = message;
+            watchfiles(true);
+            settitle();
+        }
+        break;
+    }
+    default: break;
+    }
+    if (m_state.reloadwanted) {
+        m_state.reloadwanted = false;
+        reloader.start(m_state.options.show);
+    }
+}
+
+void ViewWindow::replaceshow(show_t show)
+{
+    showrunner_t& runner = m_state.runner;
+    runner.replace(std::move(show), basekit::monotonicmicros());
+    const look_t look = chooselook(runner.show().look, m_state.options.look);
+    m_state.frame.SetLook(look, k_windowcost);
+    if (look.night() && look.smoke) m_state.smoke.prepare(runner.show(), look.wind);
+    const bool told = !m_state.problem.empty();
+    m_state.problem.clear();
+    watchfiles(false);
+    if (told) settitle();
 }
 
 bool ViewWindow::init()
@@ -126,6 +201,7 @@ void ViewWindow::idle()
         winkit::glfwyMGR4::instance()->PostRedisplay();
         if (loading()) return;
     }
+    pollreload();
     showrunner_t& runner = m_state.runner;
     runner.frame(basekit::monotonicmicros());
     m_state.frame.Update(runner.points().data(), runner.points().size());

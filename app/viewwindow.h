@@ -28,12 +28,17 @@ public:
 private:
     bool loadsound();
     void pollload();
+    void pollreload();
+    void watchfiles(bool anyinfolder);
+    void replaceshow(show_t show);
+    void settitle();
     bool loading() const { return !m_state.loaded; }
     // Ends the main loop; the program then exits with `status`.
     void quit(int status);
     void restart();
     void togglepause();
     void step(std::int64_t micros);
+    void seekto(double showtime);
     void toggleworkarea();
 
     int m_argc;

@@ -52,6 +52,7 @@ bool openshow(const std::string& arg, show_t& show, std::string& message, const 
             return false;
         }
         oneorigin(read, arg, "scene file");
+        read.files.push_back(arg);
         show = std::move(read);
         return true;
     }

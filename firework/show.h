@@ -59,6 +59,7 @@ struct show_t {
     std::vector<std::size_t> design; // per shell, an index into designs
     std::vector<shellorigin_t> origins;
     std::vector<std::uint32_t> origin; // per shell, an index into origins (may be empty)
+    std::vector<std::string> files;    // read for it: the show or scene file, included scene files
 };
 
 // The origin of shell `shell`, or null when the show keeps none.

@@ -395,6 +395,8 @@ public:
         build(entries, show);
         show.music = std::move(music);
         show.look = look;
+        show.files.push_back(m_path);
+        for (const auto& scene : m_scenes) show.files.push_back(scene.first);
         // Refused before anything plays it: a frame that cannot be drawn in
         // bounded memory, known from the designs and launch times.
         if (std::string why; !drawable(show, why)) {
