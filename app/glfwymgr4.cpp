@@ -41,8 +41,29 @@ void reshape(GLFWwindow* window, int width, int height)
     glfwPostEmptyEvent();
 }
 
+winkit::rawinput_t* raw()
+{
+    return glfwyMGR4::instance()->rawinput();
+}
+
+void character(GLFWwindow* window, unsigned int codepoint)
+{
+    if (auto overlay = raw()) overlay->character(window, codepoint);
+}
+
+void entered(GLFWwindow* window, int entered)
+{
+    if (auto overlay = raw()) overlay->entered(window, entered);
+}
+
+void focused(GLFWwindow* window, int focused)
+{
+    if (auto overlay = raw()) overlay->focused(window, focused);
+}
+
 void motion(GLFWwindow* window, double x, double y)
 {
+    if (auto overlay = raw(); overlay && overlay->cursor(window, x, y)) return;
     // Always motion, also with no button held: passivemotion is never called.
     if (auto object = target(window)) object->motion(static_cast<int>(x), static_cast<int>(y));
 }
@@ -52,8 +73,9 @@ void drop(GLFWwindow* window, int count, const char** paths)
     if (auto object = target(window)) object->drop(count, paths);
 }
 
-void wheel(GLFWwindow* window, double /*xoffset*/, double yoffset)
+void wheel(GLFWwindow* window, double xoffset, double yoffset)
 {
+    if (auto overlay = raw(); overlay && overlay->scroll(window, xoffset, yoffset)) return;
     auto object = target(window);
     if (!object) return;
     int x = 0, y = 0;
@@ -61,8 +83,9 @@ void wheel(GLFWwindow* window, double /*xoffset*/, double yoffset)
     object->mousewheel(0, wheeldirection(yoffset), x, y);
 }
 
-void mouse(GLFWwindow* window, int button, int action, int /*mods*/)
+void mouse(GLFWwindow* window, int button, int action, int mods)
 {
+    if (auto overlay = raw(); overlay && overlay->button(window, button, action, mods)) return;
     auto object = target(window);
     if (!object) return;
     const buttonevent_t event = translatebutton(button, action);
@@ -75,8 +98,9 @@ void mouse(GLFWwindow* window, int button, int action, int /*mods*/)
         object->mousewheel(event.a, event.b, x, y);
 }
 
-void keyboard(GLFWwindow* window, int key, int /*scancode*/, int action, int mods)
+void keyboard(GLFWwindow* window, int key, int scancode, int action, int mods)
 {
+    if (auto overlay = raw(); overlay && overlay->key(window, key, scancode, action, mods)) return;
     auto object = target(window);
     if (!object) return;
     if (action == GLFW_REPEAT) {
@@ -158,6 +182,10 @@ GLFWwindow* glfwyMGR4::addWindow(glutyAPI4* window, const char* title)
     glfwSetScrollCallback(handle, wheel);
     glfwSetCursorPosCallback(handle, motion);
     glfwSetDropCallback(handle, drop);
+    // Only an overlay reads these; the window's own calls have no use for them.
+    glfwSetCharCallback(handle, character);
+    glfwSetCursorEnterCallback(handle, entered);
+    glfwSetWindowFocusCallback(handle, focused);
     // Without this GLFW never reports Caps Lock, and Shift/Caps Lock letter
     // case could not work.
     glfwSetInputMode(handle, GLFW_LOCK_KEY_MODS, GLFW_TRUE);

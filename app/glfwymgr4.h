@@ -15,6 +15,21 @@
 
 namespace winkit {
 
+// Raw GLFW input, seen before it is translated: an overlay drawn over a
+// window (the viewer's timeline) takes what it uses. Each returns true when
+// the event is used up; the window then does not see it.
+class rawinput_t {
+public:
+    virtual ~rawinput_t() = default;
+    virtual bool key(GLFWwindow*, int /*key*/, int /*scancode*/, int /*action*/, int /*mods*/) { return false; }
+    virtual bool character(GLFWwindow*, unsigned int /*codepoint*/) { return false; }
+    virtual bool button(GLFWwindow*, int /*button*/, int /*action*/, int /*mods*/) { return false; }
+    virtual bool cursor(GLFWwindow*, double /*x*/, double /*y*/) { return false; }
+    virtual bool scroll(GLFWwindow*, double /*x*/, double /*y*/) { return false; }
+    virtual void entered(GLFWwindow*, int /*entered*/) {}
+    virtual void focused(GLFWwindow*, int /*focused*/) {}
+};
+
 class glfwyMGR4 : public singleton<glfwyMGR4> {
 public:
     glfwyMGR4();
@@ -44,6 +59,10 @@ public:
     GLFWwindow* handle(glutyAPI4* window) const;
     glutyAPI4* object(GLFWwindow* window) const;
 
+    // The overlay that sees input first (null: none); it must outlive its use.
+    void SetRawInput(rawinput_t* raw) { m_raw = raw; }
+    rawinput_t* rawinput() const { return m_raw; }
+
     bool idling() const { return m_idle; }
     bool keyrepeat() const { return m_keyrepeat; }
     void redisplay() { m_redisplay = true; }
@@ -58,6 +77,7 @@ private:
     bool m_redisplay = false;
     bool m_initfailed = false;
     std::atomic<bool> m_woken{false};
+    rawinput_t* m_raw = nullptr;
     framepacer_t m_pacer;
 };
 

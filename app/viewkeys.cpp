@@ -77,6 +77,10 @@ void ViewWindow::keyboard(unsigned char key, int, int)
     case winkit::key_escape:
     case 'q': quit(1); break;
     case winkit::key_space: togglepause(); break;
+    case winkit::key_tab:
+        m_state.timeline.toggle();
+        redraw();
+        break;
     case ',':
     case '.':
         if (m_state.runner.paused())

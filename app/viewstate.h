@@ -7,6 +7,7 @@
 #include "app/filewatch.h"
 #include "app/showloader.h"
 #include "app/showsound.h"
+#include "app/timeline.h"
 #include "app/usage.h"
 #include "audio/wave.h"
 #include "firework/showrunner.h"
@@ -36,6 +37,7 @@ struct viewstate_t {
     showloader_t reloader;
     bool reloadwanted = false;
     std::string problem;
+    timeline_t timeline; // Tab
     frame_t frame; // drawn by the same code as headless renders
     smoke_t smoke; // the night look's, evaluated with each frame
     std::vector<primitive_t> puffs;

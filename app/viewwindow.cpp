@@ -88,6 +88,7 @@ void ViewWindow::pollload()
     if (look.night() && look.smoke) m_state.smoke.prepare(runner.show(), look.wind);
     if (window) glfwSetWindowTitle(window, k_title);
     m_state.loaded = true;
+    m_state.timeline.setshow(runner.show(), runner.timing());
     runner.setaudio(&m_state.sound);
     runner.start(basekit::monotonicmicros());
     if (m_state.options.watch && !runner.show().files.empty()) {
@@ -160,6 +161,7 @@ void ViewWindow::replaceshow(show_t show)
     const look_t look = chooselook(runner.show().look, m_state.options.look);
     m_state.frame.SetLook(look, k_windowcost);
     if (look.night() && look.smoke) m_state.smoke.prepare(runner.show(), look.wind);
+    m_state.timeline.setshow(runner.show(), runner.timing());
     const bool told = !m_state.problem.empty();
     m_state.problem.clear();
     watchfiles(false);
@@ -172,7 +174,13 @@ bool ViewWindow::init()
     glload::gl_extloader_init();
     winkit::glfwyMGR4::instance()->KeyRepeat(false);
 
-    if (m_state.fullscreen) toworkarea(winkit::glfwyMGR4::instance()->handle(this), m_state);
+    GLFWwindow* window = winkit::glfwyMGR4::instance()->handle(this);
+    if (m_state.fullscreen) toworkarea(window, m_state);
+    // The timeline is a help, not the show: without it the show still plays.
+    if (m_state.timeline.Init(window))
+        winkit::glfwyMGR4::instance()->SetRawInput(&m_state.timeline);
+    else
+        std::cerr << "vexlor: the timeline cannot be drawn here" << std::endl;
 
     // No name plays the built-in susuki show.
     m_state.loader.start(m_state.options.show.empty() ? "susuki" : m_state.options.show);
@@ -188,10 +196,15 @@ void ViewWindow::reshape(int, int)
 
 void ViewWindow::display()
 {
-    if (loading())
+    if (loading()) {
         m_state.frame.DrawProgress(m_state.loader.fraction());
-    else
-        m_state.frame.Draw();
+        return;
+    }
+    m_state.frame.Draw();
+    showrunner_t& runner = m_state.runner;
+    m_state.timeline.draw(runner.time(), runner.paused(), m_state.problem);
+    // A click or drag on the timeline: the next frame shows that time.
+    if (double to = 0.0; m_state.timeline.takeseek(to)) seekto(to);
 }
 
 void ViewWindow::idle()
