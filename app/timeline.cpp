@@ -214,15 +214,10 @@ void timeline_t::drawpanel(double now, bool paused, const std::string& problem)
         ImGui::TextColored(k_problem, "%s", problem.c_str());
     }
 
-    // The strip and waveform take the mouse: a press or drag seeks.
+    // The strip and waveform: seeking is button()'s and cursor()'s.
     ImGui::SetCursorScreenPos(ImVec2(0, layout.striptop()));
     ImGui::InvisibleButton("strip", ImVec2(static_cast<float>(layout.width),
                                            timelinelayout_t::k_strip + timelinelayout_t::k_wave));
-    if (ImGui::IsItemActive() && ImGui::IsMouseDown(ImGuiMouseButton_Left)) {
-        const double x = std::clamp(static_cast<double>(io.MousePos.x), 0.0, static_cast<double>(layout.width));
-        m_seek = true;
-        m_seekto = layout.timeat(x);
-    }
     const bool hovered = ImGui::IsItemHovered();
     drawstrip(layout, now);
     drawwave(layout);
@@ -324,20 +319,51 @@ void timeline_t::hover(const timelinelayout_t& layout)
     ImGui::EndTooltip();
 }
 
+timelinelayout_t timeline_t::layout(GLFWwindow* window) const
+{
+    timelinelayout_t layout;
+    glfwGetWindowSize(window, &layout.width, &layout.height);
+    layout.length = m_length;
+    return layout;
+}
+
+// The press itself seeks, and every move while it is held, rather than the
+// next ImGui frame: a click's press and release may both come before it.
+void timeline_t::seekat(const timelinelayout_t& layout, double x)
+{
+    m_seek = true;
+    m_seekto = layout.timeat(std::clamp(x, 0.0, static_cast<double>(layout.width)));
+}
+
 bool timeline_t::button(GLFWwindow* window, int button, int action, int mods)
 {
     if (!m_visible || !m_initialised) return false;
     ImGui_ImplGlfw_MouseButtonCallback(window, button, action, mods);
     winkit::glfwyMGR4::instance()->PostRedisplay();
+    if (button != GLFW_MOUSE_BUTTON_LEFT) return ImGui::GetIO().WantCaptureMouse;
+    if (action == GLFW_RELEASE) {
+        const bool was = m_dragging;
+        m_dragging = false;
+        return was;
+    }
+    double x = 0.0, y = 0.0;
+    glfwGetCursorPos(window, &x, &y);
+    const timelinelayout_t where = layout(window);
+    if (action == GLFW_PRESS && y >= where.striptop() && y < where.wavetop() + timelinelayout_t::k_wave) {
+        m_dragging = true;
+        seekat(where, x);
+        return true;
+    }
     return ImGui::GetIO().WantCaptureMouse;
 }
 
-bool timeline_t::cursor(GLFWwindow*, double, double)
+bool timeline_t::cursor(GLFWwindow* window, double x, double)
 {
     if (!m_visible || !m_initialised) return false;
+    if (m_dragging) seekat(layout(window), x);
     // ImGui reads the cursor itself each frame; a frame must come to see it.
     winkit::glfwyMGR4::instance()->PostRedisplay();
-    return ImGui::GetIO().WantCaptureMouse;
+    return m_dragging || ImGui::GetIO().WantCaptureMouse;
 }
 
 bool timeline_t::scroll(GLFWwindow* window, double x, double y)

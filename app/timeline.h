@@ -54,7 +54,11 @@ public:
     bool Init(GLFWwindow* window);
     void Destroy();
 
-    void toggle() { m_visible = !m_visible; }
+    void toggle()
+    {
+        m_visible = !m_visible;
+        m_dragging = false;
+    }
     bool visible() const { return m_visible; }
 
     // A new show: its marks, colours and origins; its music's waveform is
@@ -86,6 +90,8 @@ private:
     void drawwave(const timelinelayout_t& layout);
     void hover(const timelinelayout_t& layout);
     void scanmusic(std::string path);
+    timelinelayout_t layout(GLFWwindow* window) const;
+    void seekat(const timelinelayout_t& layout, double x);
 
     GLFWwindow* m_window = nullptr;
     bool m_initialised = false;
@@ -96,6 +102,7 @@ private:
     double m_length = 1.0;
     double m_offset = 0.0; // the music's, in show seconds
     bool m_seek = false;
+    bool m_dragging = false;
     double m_seekto = 0.0;
 
     // The waveform, read on a thread of its own.

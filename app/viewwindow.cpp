@@ -200,11 +200,12 @@ void ViewWindow::display()
         m_state.frame.DrawProgress(m_state.loader.fraction());
         return;
     }
-    m_state.frame.Draw();
-    showrunner_t& runner = m_state.runner;
-    m_state.timeline.draw(runner.time(), runner.paused(), m_state.problem);
-    // A click or drag on the timeline: the next frame shows that time.
+    // A click or drag on the timeline since the last frame: this one shows
+    // that time.
     if (double to = 0.0; m_state.timeline.takeseek(to)) seekto(to);
+    m_state.frame.Draw();
+    const showrunner_t& runner = m_state.runner;
+    m_state.timeline.draw(runner.time(), runner.paused(), m_state.problem);
 }
 
 void ViewWindow::idle()
