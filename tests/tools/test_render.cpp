@@ -322,6 +322,75 @@ TEST_F(Render, MusicLandsOnItsExactSampleUnderItsGain)
     }
 }
 
+// Shells timed by their burst or by the music's beats break on their
+// samples: given as a time, on a tempo's beat, and on a beat aubio found in
+// the gallery's own music (120 a minute, beat 9 at 4 s), where the burst
+// must be heard within 10 ms of the beat. The music is taken out by
+// rendering it again without the shell (it goes up after the span).
+TEST_F(Render, BurstsAndBeatsBreakOnTheirSamples)
+{
+    sndkit::clip_t clip;
+    std::string message;
+    ASSERT_TRUE(sndkit::loadclip(REVERB_WAV, vexlor::k_soundrate, clip, message)) << message;
+    std::size_t first = 0;
+    while (first < clip.frames() && std::fabs(clip.samples[2 * first]) * 32767.0f < 1.0f) ++first;
+
+    // Silent music of 10 s, so that a tempo has a track to count in.
+    const std::string silence = s_dir->path + "/silence.wav";
+    {
+        SF_INFO info{};
+        info.samplerate = 48000;
+        info.channels = 1;
+        info.format = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
+        std::vector<short> zeros(480000, 0);
+        SNDFILE* file = sf_open(silence.c_str(), SFM_WRITE, &info);
+        ASSERT_NE(file, nullptr);
+        sf_writef_short(file, zeros.data(), 480000);
+        sf_close(file);
+    }
+    const std::string beat = std::string(SHOWS) + "/beat.ogg";
+    const struct {
+        const char* name;
+        std::string music; // the [music] table, or none
+        std::string when;  // how the shell is timed
+        double burst;      // when it must break, in seconds
+        double within;     // how near, in seconds
+    } cases[] = {
+        {"burst", "", "burst = 3.25", 3.25, 1.5 / 48000},
+        {"tempo", "[music]\nfile = \"silence.wav\"\noffset = 0.5\nbpm = 100\nfirst_beat = 0.37\n", "beat = 5",
+         0.5 + 0.37 + 4 * 0.6, 1.5 / 48000},
+        {"detected", "[music]\nfile = \"" + beat + "\"\nbeats = \"detect\"\n", "beat = 9", 4.0, 0.010},
+    };
+    for (const auto& c : cases) {
+        const std::string shell = "[[shell]]\nkind = \"single\"\nfuse = 2.0\n";
+        const std::string with = s_dir->write(std::string(c.name) + ".toml", shell + c.when + "\n" + c.music);
+        const std::string without = s_dir->write(std::string(c.name) + "-music.toml", shell + "time = 100\n" + c.music);
+        vexlor::renderoptions_t a = options(s_dir->path + "/" + c.name + "/");
+        a.show = with;
+        a.to = 6.0;
+        vexlor::renderoptions_t b = a;
+        b.show = without;
+        b.output = s_dir->path + "/" + c.name + "-music/";
+        ASSERT_EQ(render(a), 0) << c.name;
+        ASSERT_EQ(render(b), 0) << c.name;
+        SF_INFO ia, ib;
+        const std::vector<short> mixed = readwav(a.output + "sound.wav", ia);
+        const std::vector<short> music = readwav(b.output + "sound.wav", ib);
+        ASSERT_EQ(mixed.size(), music.size()) << c.name;
+        // A sound begins where the difference leaves a tenth of a second of silence.
+        std::vector<std::size_t> heard;
+        std::size_t silent = 4800;
+        for (std::size_t i = 0; i < mixed.size() / 2; ++i) {
+            const bool quiet = std::abs(mixed[2 * i] - music[2 * i]) <= 1;
+            if (!quiet && silent >= 4800) heard.push_back(i - first);
+            silent = quiet ? silent + 1 : 0;
+        }
+        ASSERT_EQ(heard.size(), 2u) << c.name << ": a launch and a burst";
+        EXPECT_NEAR(static_cast<double>(heard[1]) / 48000.0, c.burst, c.within) << c.name;
+        EXPECT_NEAR(static_cast<double>(heard[1] - heard[0]) / 48000.0, 2.0, 1.5 / 48000) << c.name << ": the fuse";
+    }
+}
+
 TEST(RenderSpan, SoundsAreThoseItsFramesAskForAtTheirOwnTimes)
 {
     // From 2.5 s: frame 0 asks for A's launch (0 s) and burst (2 s), which
