@@ -74,6 +74,9 @@ void ViewWindow::pollload()
 
     show_t show;
     m_state.loader.take(show);
+    // Beats asked for and not found: no shell counts them, or the read
+    // would have failed; the show plays without them.
+    if (!show.music.beatproblem.empty()) std::cerr << show.music.beatproblem << std::endl;
     showrunner_t& runner = m_state.runner;
     runner.load(std::move(show));
     // The log is out; a show without its shaders would be a blank window.
