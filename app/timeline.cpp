@@ -232,11 +232,14 @@ void timeline_t::drawstrip(const timelinelayout_t& layout, double now)
     const float top = layout.striptop(), mid = top + timelinelayout_t::k_strip / 2, bottom = layout.wavetop();
     const auto w = static_cast<float>(layout.width);
     list->AddRectFilled(ImVec2(0, top + 2), ImVec2(w, bottom - 2), k_lane);
-    // Launches as short ticks above the middle, bursts as taller ticks below.
+    // Launches as thin ticks above the middle, bursts as thicker ticks
+    // below: plain rectangles, four vertices each, for thousands of shells.
+    list->PrimReserve(12 * static_cast<int>(m_marks.size()), 8 * static_cast<int>(m_marks.size()));
+    const ImVec2 white = ImGui::GetFontTexUvWhitePixel();
     for (const mark_t& mark : m_marks) {
-        const float xl = layout.xat(mark.launch), xb = layout.xat(mark.burst);
-        list->AddLine(ImVec2(xl, top + 6), ImVec2(xl, mid - 6), mark.colour);
-        list->AddLine(ImVec2(xb, mid + 2), ImVec2(xb, bottom - 6), mark.colour, 2.0f);
+        const float xl = std::floor(layout.xat(mark.launch)), xb = std::floor(layout.xat(mark.burst));
+        list->PrimRectUV(ImVec2(xl, top + 6), ImVec2(xl + 1, mid - 6), white, white, mark.colour);
+        list->PrimRectUV(ImVec2(xb - 1, mid + 2), ImVec2(xb + 1, bottom - 6), white, white, mark.colour);
     }
     const float head = layout.xat(now);
     list->AddLine(ImVec2(head, top), ImVec2(head, static_cast<float>(layout.height)), k_head, 2.0f);
