@@ -220,9 +220,12 @@ void glfwyMGR4::MainLoop()
                 m_windows.erase(object);
                 continue;
             }
-            if (m_idle || woken) {
+            if (m_idle) {
                 glfwMakeContextCurrent(handle);
                 object->idle();
+            } else if (woken) {
+                glfwMakeContextCurrent(handle);
+                object->wake();
             }
             // Read after idle, so a redisplay that idle posted is drawn in this pass.
             if (m_redisplay) display(handle);

@@ -42,8 +42,9 @@ public:
     void Exit() { m_exit = true; }
     void KeyRepeat(bool on) { m_keyrepeat = on; }
     void PostRedisplay();
-    // From any thread: the next pass idles the windows once, even while
-    // idling is off, so that news from a worker (a saved file) is taken up.
+    // From any thread: the next pass idles the windows, or while idling is
+    // off calls their wake(), so that news from a worker (a saved file) is
+    // taken up.
     void Wake();
     void SwapBuffers(glutyAPI4* window);
 

@@ -12,6 +12,8 @@ public:
     virtual void specialkeyup(int /*key*/, int /*x*/, int /*y*/) {}
     virtual void mousewheel(int /*wheel*/, int /*direction*/, int /*x*/, int /*y*/) {}
     virtual void drop(int /*count*/, const char** /*paths*/) {}
+    // A wake from another thread while idling is off (glfwyMGR4::Wake).
+    virtual void wake() { idle(); }
 };
 
 } // namespace winkit

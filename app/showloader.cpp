@@ -38,6 +38,7 @@ void showloader_t::run(std::string arg)
         m_message = std::move(message);
     }
     m_state = opened ? state_t::done : state_t::failed;
+    if (m_finished) m_finished();
 }
 
 double showloader_t::fraction() const

@@ -8,6 +8,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -25,6 +26,9 @@ public:
 
     // Starts reading `arg` (a file or a built-in show's name) through openshow().
     void start(const std::string& arg);
+    // Called on the worker once the read has succeeded or failed (to wake
+    // a main loop that sleeps while the show is paused).
+    void onfinish(const std::function<void()>& finished) { m_finished = finished; }
     state_t state() const { return m_state.load(); }
     // How far the read has got, 0 to 1.
     double fraction() const;
@@ -50,6 +54,7 @@ private:
     mutable std::mutex m_mutex; // guards m_show and m_message
     show_t m_show;
     std::string m_message;
+    std::function<void()> m_finished;
 };
 
 } // namespace vexlor

@@ -96,7 +96,9 @@ void ViewWindow::pollload()
     runner.start(basekit::monotonicmicros());
     if (m_state.options.watch && !runner.show().files.empty()) {
         std::string why;
-        if (m_state.watch.Init([] { winkit::glfwyMGR4::instance()->Wake(); }, why))
+        const auto wake = [] { winkit::glfwyMGR4::instance()->Wake(); };
+        m_state.reloader.onfinish(wake);
+        if (m_state.watch.Init(wake, why))
             watchfiles(false);
         else
             std::cerr << "vexlor: " << why << "; saves are not played" << std::endl;
@@ -125,17 +127,19 @@ void ViewWindow::watchfiles(bool anyinfolder)
 // Called each pass while the show plays: a save starts a read on the
 // reloader's thread (one at a time; saves during it make one more read); a
 // good read replaces the show at its time, a bad one is told once and the
-// last good show plays on.
-void ViewWindow::pollreload()
+// last good show plays on. True when there is something new to draw.
+bool ViewWindow::pollreload()
 {
     if (m_state.watch.take()) m_state.reloadwanted = true;
     showloader_t& reloader = m_state.reloader;
+    bool changed = false;
     switch (reloader.state()) {
-    case showloader_t::state_t::loading: return;
+    case showloader_t::state_t::loading: return false;
     case showloader_t::state_t::done: {
         show_t show;
         reloader.take(show);
         replaceshow(std::move(show));
+        changed = true;
         break;
     }
     case showloader_t::state_t::failed: {
@@ -146,6 +150,7 @@ void ViewWindow::pollreload()
             m_state.problem = message;
             watchfiles(true);
             settitle();
+            changed = true;
         }
         break;
     }
@@ -155,6 +160,14 @@ void ViewWindow::pollreload()
         m_state.reloadwanted = false;
         reloader.start(m_state.options.show);
     }
+    return changed;
+}
+
+// Woken while paused: a frame is drawn only when a save brought something
+// new, so that the paused picture is not drawn again for nothing.
+void ViewWindow::wake()
+{
+    if (!loading() && pollreload()) idle();
 }
 
 void ViewWindow::replaceshow(show_t show)

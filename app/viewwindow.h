@@ -21,6 +21,7 @@ public:
     void reshape(int width, int height) override;
     void display() override;
     void idle() override;
+    void wake() override;
     void keyboard(unsigned char key, int x, int y) override;
     void specialkey(int key, int x, int y) override;
     void specialkeyup(int key, int x, int y) override;
@@ -28,7 +29,7 @@ public:
 private:
     bool loadsound();
     void pollload();
-    void pollreload();
+    bool pollreload();
     void watchfiles(bool anyinfolder);
     void replaceshow(show_t show);
     void settitle();
