@@ -86,8 +86,12 @@ TEST(CommandLine, HelpVersionUnknownOptionsAndSceneFiles)
     EXPECT_EQ(run({"vexlor"}, out, err, &options), -1) << "no argument plays the built-in show";
     EXPECT_EQ(options.show, "");
     EXPECT_EQ(options.look.fields, 0u) << "no look asked for: the show's own";
+    EXPECT_TRUE(options.watch) << "saves are played unless asked not to";
     EXPECT_EQ(run({"vexlor", "show.scene"}, out, err, &options), -1);
     EXPECT_EQ(options.show, "show.scene");
+    EXPECT_EQ(run({"vexlor", "--no-watch", "show.toml"}, out, err, &options), -1);
+    EXPECT_EQ(options.show, "show.toml");
+    EXPECT_FALSE(options.watch);
     EXPECT_EQ(run({"vexlor", "-"}, out, err), -1) << "a lone dash is a file name";
     EXPECT_EQ(out + err, "");
 }
