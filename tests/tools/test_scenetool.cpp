@@ -12,6 +12,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <sstream>
 #include <sys/stat.h>
 #include <sys/wait.h>
 
@@ -237,4 +239,54 @@ TEST(SceneTool, EveryShowOfTheGalleryPasses)
         ++shows;
     }
     EXPECT_GE(shows, 4u);
+}
+
+// The beats of a track as aubio and the fitted grid find them, and the beat
+// each shell of a show breaks on; tracks without beats say so.
+TEST(SceneTool, BeatsOfATrackAndOfAShowsShells)
+{
+    tempdir dir;
+    const result_t beats = run(dir, std::string("beats ") + SHOWS + "/beat.ogg");
+    ASSERT_EQ(beats.status, 0) << beats.err;
+    std::istringstream lines(beats.out);
+    std::string line;
+    std::getline(lines, line);
+    EXPECT_EQ(line, "tempo: 120.00 beats a minute");
+    // shows/beat.ogg: a beat every half second from 0 for 24 s.
+    int k = 0;
+    for (; std::getline(lines, line); ++k) EXPECT_NEAR(std::stod(line), 0.5 * k, 0.010) << "beat " << k + 1;
+    EXPECT_EQ(k, 48);
+
+    EXPECT_EQ(run(dir, "beats").status, 2);
+    dir.write("words.ogg", "these are words\n");
+    const result_t words = run(dir, "beats " + dir.path + "/words.ogg");
+    EXPECT_EQ(words.status, 1);
+    EXPECT_EQ(words.err.rfind(dir.path + "/words.ogg: ", 0), 0u) << words.err;
+    EXPECT_EQ(std::count(words.err.begin(), words.err.end(), '\n'), 1);
+
+    const std::string music = std::string("[music]\nfile = \"") + SHOWS + "/beat.ogg\"\n";
+    const std::string show = dir.write("show.toml", music + "bpm = 120\nfirst_beat = 0\n"
+                                                    "[[shell]]\nkind = \"single\"\nbeat = 9\n"
+                                                    "[[shell]]\nkind = \"simple\"\nburst = 6.1\n");
+    const result_t info = run(dir, "info " + show);
+    ASSERT_EQ(info.status, 0) << info.err;
+    EXPECT_NE(info.out.find("beats: 49 at 120.00 a minute (given)\n"
+                            "shell 1 (" + show + ":5, single): breaks at 4.000 s on beat 9\n"
+                            "shell 2 (" + show + ":8, simple): breaks at 6.100 s, beat 13 +0.100 s\n"),
+              std::string::npos) << info.out;
+    const result_t detected = run(dir, "info " + dir.write("detect.toml", music + "beats = \"detect\"\n"
+                                                                          "[[shell]]\nkind = \"single\"\nbeat = 5\n"));
+    ASSERT_EQ(detected.status, 0) << detected.err;
+    EXPECT_NE(detected.out.find("beats: 48 at 120.00 a minute (detected)\n"), std::string::npos) << detected.out;
+
+    // Beats asked of a track without any: a show that counts them is
+    // refused, one that does not plays but check says so.
+    const std::string words_music = "[music]\nfile = \"words.ogg\"\nbeats = \"detect\"\n";
+    const result_t counted = run(dir, "check " + dir.write("counted.toml", words_music + "[[shell]]\nkind = \"single\"\nbeat = 2\n"));
+    EXPECT_EQ(counted.status, 1);
+    EXPECT_NE(counted.err.find("counted.toml:6:8: beat cannot be used: the music file " + dir.path + "/words.ogg cannot be read"),
+              std::string::npos) << counted.err;
+    const result_t uncounted = run(dir, "check " + dir.write("uncounted.toml", words_music + "[[shell]]\nkind = \"single\"\ntime = 2\n"));
+    EXPECT_EQ(uncounted.status, 1);
+    EXPECT_EQ(std::count(uncounted.err.begin(), uncounted.err.end(), '\n'), 1) << uncounted.err;
 }
