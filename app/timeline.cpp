@@ -16,6 +16,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <filesystem>
 
 namespace vexlor {
 
@@ -126,7 +127,14 @@ void timeline_t::setshow(const show_t& show, const showtiming_t& timing)
         double t = 0.0;
         if (beattime(show.music, static_cast<double>(k), t)) m_beats.push_back(t);
     }
-    if (show.music.file != m_track) {
+    // The same track saved again is another: its waveform is read again.
+    std::string track = show.music.file;
+    if (!track.empty()) {
+        std::error_code error;
+        const auto written = std::filesystem::last_write_time(track, error);
+        if (!error) track += "@" + std::to_string(written.time_since_epoch().count());
+    }
+    if (track != m_track) {
         m_cancel = true;
         if (m_scanner.joinable()) m_scanner.join();
         m_cancel = false;
@@ -135,9 +143,9 @@ void timeline_t::setshow(const show_t& show, const showtiming_t& timing)
             m_peaks.clear();
             m_stretch = 0.0;
         }
-        m_track = show.music.file;
+        m_track = track;
         m_columnswidth = 0;
-        if (!m_track.empty()) m_scanner = std::thread(&timeline_t::scanmusic, this, m_track);
+        if (!show.music.file.empty()) m_scanner = std::thread(&timeline_t::scanmusic, this, show.music.file);
     }
 }
 

@@ -109,7 +109,7 @@ private:
     std::thread m_scanner;
     std::atomic<bool> m_cancel{false};
     std::mutex m_mutex; // guards m_peaks and m_stretch
-    std::string m_track;
+    std::string m_track; // the music file and when it was written
     std::vector<float> m_peaks;
     double m_stretch = 0.0;
     std::vector<float> m_columns; // the peaks per pixel column, for m_columnsfor
