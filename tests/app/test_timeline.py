@@ -91,6 +91,10 @@ class Timeline(unittest.TestCase):
             self.assertTrue(p.focus())
             show = os.path.join(p.tmp.name, "show.toml")
             seconds = length(show)
+            # Keys count once the show has begun (its first sparks), not while it loads.
+            deadline = time.monotonic() + WAIT
+            while p.screenshot().count_brighter(120) == 0 and time.monotonic() < deadline:
+                time.sleep(0.1)
             p.key("space")
             hidden = still(p)
             # Hidden, it takes no click: the paused picture stays as it was.
