@@ -45,7 +45,7 @@ bool ViewWindow::loadsound()
         std::cerr << "wave load failed." << std::endl;
         return false;
     }
-    m_state.sound.Init(m_state.wave.get(), path);
+    m_state.sound.Init(m_state.wave.get(), path, m_argv[0]);
     return true;
 }
 
@@ -80,6 +80,7 @@ void ViewWindow::pollload()
         quit(1);
         return;
     }
+    m_state.frame.SetView(runner.show().camera);
     m_state.frame.Reshape(m_state.frame.width(), m_state.frame.height());
     if (window) glfwSetWindowTitle(window, k_title);
     m_state.loaded = true;

@@ -28,6 +28,16 @@ inline constexpr std::size_t maxproblems = 100;
 inline constexpr double maxmusicoffset = 86400.0;
 inline constexpr double maxmusicgain = 16.0;
 
+// The launch angle from vertical a shot may have, degrees: mortars lean a
+// little, never so far that a shell would break near the ground.
+inline constexpr double maxangle = 80.0;
+// Strobe rates, flashes a second: slower is no strobe, faster a blur.
+inline constexpr double minstrobe = 0.5;
+inline constexpr double maxstrobe = 30.0;
+// Stars of one break, and shots of one cake.
+inline constexpr double maxstars = 2000.0;
+inline constexpr double maxshots = 100.0;
+
 enum class fileformat_t { scene, show };
 
 // A scene file's first line is its count of fireworks; any other text is

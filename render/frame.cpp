@@ -36,7 +36,7 @@ bool frame_t::Init(std::size_t capacity)
     clearsky();
     glDisable(GL_DITHER);
     glDisable(GL_DEPTH_TEST);
-    m_camera.setup();
+    m_camera.setup(m_view);
     polyoffsetunit = polyoffsetfactor = 0;
     const bool points = m_draw.Init(capacity);
     const bool trails = m_texture.Init();
@@ -51,7 +51,14 @@ void frame_t::Reshape(int width, int height)
     m_width = width;
     m_height = height;
     glViewport(0, 0, width, height);
-    m_projmtx = showprojection(width, height);
+    m_projmtx = showprojection(m_view, width, height);
+}
+
+void frame_t::SetView(const viewpoint_t& view)
+{
+    m_view = view;
+    m_camera.setup(m_view);
+    m_projmtx = showprojection(m_view, m_width, m_height);
 }
 
 void frame_t::Update(const primitive_t* points, std::size_t count)

@@ -17,6 +17,7 @@
 
 #include <unistd.h>
 
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <cmath>
@@ -155,14 +156,22 @@ int render(const renderoptions_t& options, show_t scene, renderstats_t& stats)
     const std::size_t largest =
         frames == 0 ? 0 : runner.timing().busiest(runner.show(), span.fps, span.from, span.at(frames - 1)).points;
 
-    sndkit::clip_t burst;
-    const std::string soundpath = basekit::finddata("reverb.wav", options.argv0.c_str());
-    if (!sndkit::loadclip(soundpath, k_soundrate, burst, message)) return fail(message);
+    // Each clip the show sounds, read once.
+    const std::vector<rendersound_t> sounds = runner.rendersounds(span);
+    std::array<sndkit::clip_t, soundclips> clips;
+    std::array<bool, soundclips> loaded{};
+    for (const rendersound_t& sound : sounds) {
+        const auto clip = static_cast<std::size_t>(sound.clip);
+        if (loaded[clip]) continue;
+        const std::string soundpath = basekit::finddata(soundfile(sound.clip), options.argv0.c_str());
+        if (!sndkit::loadclip(soundpath, k_soundrate, clips[clip], message)) return fail(message);
+        loaded[clip] = true;
+    }
     // As long as the span, whatever its frames: the track ends where the span does.
     soundtrack_t track(static_cast<std::size_t>(std::llround(span.seconds * k_soundrate)));
     track.stopwhen(stopping);
-    for (const rendersound_t& sound : runner.rendersounds(span))
-        track.add(burst, std::llround((sound.time - options.from) * k_soundrate));
+    for (const rendersound_t& sound : sounds)
+        track.add(clips[static_cast<std::size_t>(sound.clip)], std::llround((sound.time - options.from) * k_soundrate));
     if (!music.file.empty() && !track.music(music.file, music.offset, music.gain, options.from, message))
         return fail(musicproblem(music, message));
     stats.scan = since(start);
@@ -179,6 +188,7 @@ int render(const renderoptions_t& options, show_t scene, renderstats_t& stats)
     frame.Init(largest);
     // The driver's log is out already; without shaders every frame would be grey.
     if (shaderfailed()) return fail("the shaders did not build; nothing was written");
+    frame.SetView(runner.show().camera);
     frame.Reshape(options.width, options.height);
     if (options.trails) frame.EnterTrail();
 
