@@ -60,10 +60,10 @@ fuzz: deps
 	@cmake --build $(FUZZ_BUILD) -j $(JOBS) --target fuzzers
 	@scripts/run-fuzzers $(FUZZ_BUILD) $(FUZZ_SECONDS)
 
-# The README's pictures, taken by the program tests under Xvfb.
+# The README's pictures, taken by the program tests under Xvfb and a render test.
 pictures: build
 	@mkdir -p docs
-	@cd $(BUILD) && VEXLOR_PICTURES=$(CURDIR)/docs ctest --output-on-failure -R 'program\.(ShowRun|Keys)'
+	@cd $(BUILD) && VEXLOR_PICTURES=$(CURDIR)/docs ctest --output-on-failure -R 'program\.(ShowRun|Keys)|NightRender\.APictureOfTheNightLook'
 
 install: build
 	@cmake --install $(BUILD)

@@ -25,7 +25,8 @@ int main(int argc, char** argv)
         return status;
     if (saver.on) return vexlor::runsaver(saver, argv[0]);
 
-    if (const int status = vexlor::commandline(argc, argv); status >= 0) return status;
+    vexlor::viewstate_t state;
+    if (const int status = vexlor::commandline(argc, argv, state.options); status >= 0) return status;
 
     // Says why, when GLFW cannot start (no display, most often).
     glfwSetErrorCallback([](int, const char* what) { std::cerr << "glfw: " << what << std::endl; });
@@ -37,7 +38,6 @@ int main(int argc, char** argv)
         return 1;
     }
 
-    vexlor::viewstate_t state;
     vexlor::ViewWindow view(argc, argv, state);
     if (!winkit::glfwyMGR4::instance()->addWindow(&view, "vexlor")) {
         // The window said why it could not start. Its context had loaded

@@ -9,6 +9,7 @@
 #include "audio/wavedispatch.h"
 #include "firework/openshow.h"
 #include "firework/showrunner.h"
+#include "firework/smoke.h"
 #include "glload/glextloader.h"
 #include "glload/keepdriver.h"
 #include "render/frame.h"
@@ -90,6 +91,12 @@ int runsaver(const saveroptions_t& options, const char* argv0)
     // The log is out; a screensaver without its shaders would be a blank window.
     if (!built) return 1;
     frame.SetView(runner.show().camera);
+    // The command line's look over the show's, at the window's cost.
+    const look_t look = chooselook(runner.show().look, options.look);
+    frame.SetLook(look, k_windowcost);
+    smoke_t smoke;
+    std::vector<primitive_t> puffs;
+    if (look.night() && look.smoke) smoke.prepare(runner.show(), look.wind);
 
     // With sound, a show's music plays too, and the show follows it.
     showsound_t sound;
@@ -109,6 +116,10 @@ int runsaver(const saveroptions_t& options, const char* argv0)
         runner.frame(basekit::monotonicmicros());
         if (runner.restarted()) frame.ResetCamera();
         frame.Update(runner.points().data(), runner.points().size());
+        if (look.night()) {
+            smoke.evaluate(runner.show(), runner.time(), puffs);
+            frame.UpdateSmoke(runner.time(), puffs.data(), puffs.size());
+        }
         frame.Draw();
         if (!target.Swap()) {
             failed = !target.gone();

@@ -2,6 +2,8 @@
 // "-window-id") by old convention; they mean the same as the double-dash ones.
 #include "app/saveroptions.h"
 
+#include "app/usage.h"
+
 #include <CLI/CLI.hpp>
 
 #include <cctype>
@@ -81,12 +83,13 @@ int saveroptions(int argc, char** argv, const char* envwindow, saveroptions_t& o
 
     CLI::App app{"vexlor screensaver", k_program};
     app.set_help_flag();
-    std::string windowtext, delaytext, scene;
+    std::string windowtext, delaytext, scene, look;
     auto* root = app.add_flag("--root", options.root);
     auto* window = app.add_option("--window-id", windowtext);
     auto* show = app.add_option("--show", options.show);
     app.add_option("--delay", delaytext);
     app.add_flag("--sound", options.sound);
+    auto* lookopt = app.add_option("--look", look);
     auto* positional = app.add_option("scene", scene);
     root->excludes(window);
 
@@ -101,6 +104,7 @@ int saveroptions(int argc, char** argv, const char* envwindow, saveroptions_t& o
     }
 
     if (show->count() && options.show.empty()) return usageerror("--show: empty file name");
+    if (lookopt->count() && !readlookoption(look, options.look)) return 2;
     if (positional->count()) {
         if (show->count())
             return usageerror("more than one show: '" + options.show + "' and '" + scene + "'");

@@ -1,7 +1,10 @@
 // The screensaver's command line: --root, --window-id ID, the
-// XSCREENSAVER_WINDOW a screensaver daemon sets, --show FILE, --delay SECONDS
-// and --sound. Anything else is left to the viewer's own command line.
+// XSCREENSAVER_WINDOW a screensaver daemon sets, --show FILE, --delay SECONDS,
+// --sound and --look LOOK. Anything else is left to the viewer's own command
+// line.
 #pragma once
+
+#include "firework/look.h"
 
 #include <string>
 
@@ -14,6 +17,7 @@ struct saveroptions_t {
     std::string show;          // scene file; empty: the built-in show
     double delay = 0.0;        // seconds of empty sky between two runs of the show
     bool sound = false;        // a screensaver is silent unless asked
+    lookchoice_t look;         // over the show file's own look
 };
 
 // Fills `options` from the arguments and `envwindow` (XSCREENSAVER_WINDOW,

@@ -6,11 +6,14 @@
 
 #include "app/showloader.h"
 #include "app/showsound.h"
+#include "app/usage.h"
 #include "audio/wave.h"
 #include "firework/showrunner.h"
+#include "firework/smoke.h"
 #include "render/frame.h"
 
 #include <memory>
+#include <vector>
 
 #define GLFW_INCLUDE_NONE
 #include <GLFW/glfw3.h>
@@ -18,6 +21,7 @@
 namespace vexlor {
 
 struct viewstate_t {
+    viewoptions_t options;                // the show and the look asked for
     std::unique_ptr<sndkit::wave_t> wave; // the burst sound
     showsound_t sound;                    // what the runner sounds through
     showloader_t loader;
@@ -25,6 +29,8 @@ struct viewstate_t {
     int shownpercent = -1; // the percentage last put in the title while loading
     showrunner_t runner;
     frame_t frame; // drawn by the same code as headless renders
+    smoke_t smoke; // the night look's, evaluated with each frame
+    std::vector<primitive_t> puffs;
 
     // The work-area toggle: on at start, and the window's own size and
     // place, kept while it covers the work area.

@@ -82,6 +82,10 @@ void ViewWindow::pollload()
     }
     m_state.frame.SetView(runner.show().camera);
     m_state.frame.Reshape(m_state.frame.width(), m_state.frame.height());
+    // The command line's look over the show's, at the window's cost.
+    const look_t look = chooselook(runner.show().look, m_state.options.look);
+    m_state.frame.SetLook(look, k_windowcost);
+    if (look.night() && look.smoke) m_state.smoke.prepare(runner.show(), look.wind);
     if (window) glfwSetWindowTitle(window, k_title);
     m_state.loaded = true;
     runner.setaudio(&m_state.sound);
@@ -97,7 +101,7 @@ bool ViewWindow::init()
     if (m_state.fullscreen) toworkarea(winkit::glfwyMGR4::instance()->handle(this), m_state);
 
     // No name plays the built-in susuki show.
-    m_state.loader.start(m_argc > 1 ? m_argv[1] : "susuki");
+    m_state.loader.start(m_state.options.show.empty() ? "susuki" : m_state.options.show);
     return true;
 }
 
@@ -126,6 +130,10 @@ void ViewWindow::idle()
     showrunner_t& runner = m_state.runner;
     runner.frame(basekit::monotonicmicros());
     m_state.frame.Update(runner.points().data(), runner.points().size());
+    if (m_state.frame.look().night()) {
+        m_state.smoke.evaluate(runner.show(), runner.time(), m_state.puffs);
+        m_state.frame.UpdateSmoke(runner.time(), m_state.puffs.data(), m_state.puffs.size());
+    }
     // The show is over: it starts again, and so does the camera.
     if (runner.restarted()) m_state.frame.ResetCamera();
     winkit::glfwyMGR4::instance()->PostRedisplay();

@@ -76,6 +76,7 @@ bool showvoice_t::Init(MyXAudio2* engine, const char* path, double offset, doubl
     }
     for (std::vector<float>& buffer : m_buffers)
         buffer.assign(2 * k_frames, 0.0f);
+    m_holds.fill(k_none);
     m_music.assign(2 * k_frames, 0.0f);
     m_nextbuffer = 0;
     m_nextblock = m_moveblock = 0;
@@ -142,9 +143,13 @@ void showvoice_t::topup()
     FAudioSourceVoice_GetState(m_voice, &state, 0);
     const auto ahead = std::max<std::int64_t>(0, m_submitted - static_cast<std::int64_t>(state.SamplesPlayed));
     const auto frames = static_cast<std::int64_t>(k_frames);
+    const std::uint64_t current = state.pCurrentBufferContext != nullptr
+                                      ? static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(state.pCurrentBufferContext)) - 1
+                                      : k_none;
     for (auto queued = static_cast<std::size_t>((ahead + frames - 1) / frames); queued < k_queued; ++queued) {
+        m_nextbuffer = freebuffer(current);
+        m_holds[m_nextbuffer] = m_nextblock;
         std::vector<float>& buffer = m_buffers[m_nextbuffer];
-        m_nextbuffer = (m_nextbuffer + 1) % m_buffers.size();
         std::fill(buffer.begin(), buffer.end(), 0.0f);
         block_t& block = m_blocks[m_nextblock % k_blocks];
         block = {m_submitted, m_showframe, m_playing};
@@ -166,6 +171,22 @@ void showvoice_t::topup()
         if (m_playing)
             m_showframe += static_cast<std::int64_t>(k_frames);
     }
+}
+
+// A buffer the voice may still read: the one playing, and those queued since
+// the last move. The ones a move dropped are never read again.
+std::size_t showvoice_t::freebuffer(std::uint64_t current) const
+{
+    const auto reading = [&](std::uint64_t block) {
+        return block != k_none && (block == current || (block >= m_moveblock && (current == k_none || block >= current)
+                                                        && block < m_nextblock));
+    };
+    for (std::size_t k = 1; k <= m_buffers.size(); ++k) {
+        const std::size_t buffer = (m_nextbuffer + k) % m_buffers.size();
+        if (!reading(m_holds[buffer]))
+            return buffer;
+    }
+    return (m_nextbuffer + 1) % m_buffers.size(); // cannot be: at most k_queued are read
 }
 
 void showvoice_t::observe(std::int64_t now)

@@ -27,9 +27,12 @@ class MyXAudio2;
 class showvoice_t {
 public:
     // Frames in one buffer handed to the voice, and how many are queued:
-    // about 21 ms each at 48 kHz, 85 ms ahead.
+    // about 21 ms each at 48 kHz, a quarter second ahead, so a feeder held
+    // up that long on a loaded machine leaves no gap in the sound (a gap
+    // would also hold the show's clock). A move drops what is queued and is
+    // heard after the one buffer playing.
     static constexpr std::size_t k_frames = 1024;
-    static constexpr std::size_t k_queued = 4;
+    static constexpr std::size_t k_queued = 12;
 
     showvoice_t() = default;
     ~showvoice_t() { Destroy(); }
@@ -88,9 +91,11 @@ private:
     };
     static constexpr std::size_t k_blocks = 64;                // blocks remembered
     static constexpr std::size_t k_buffers = 2 * k_queued + 2; // a dropped buffer is not refilled at once
+    static constexpr std::uint64_t k_none = ~std::uint64_t{0};
 
     void move(double showtime, bool playing); // under m_lock
     void topup();                             // under m_lock
+    std::size_t freebuffer(std::uint64_t current) const;
     void observe(std::int64_t now);           // under m_lock
     void feed();
 
@@ -108,6 +113,7 @@ private:
     bool m_quit = false;
     FAudioSourceVoice* m_voice = nullptr;
     std::array<std::vector<float>, k_buffers> m_buffers;
+    std::array<std::uint64_t, k_buffers> m_holds{}; // the block each buffer last carried
     std::vector<float> m_music;
     std::size_t m_nextbuffer = 0;
     std::array<block_t, k_blocks> m_blocks;

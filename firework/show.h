@@ -6,6 +6,7 @@
 
 #include "firework/effect.h"
 #include "firework/firework.h"
+#include "firework/look.h"
 #include "firework/soundcue.h"
 #include "firework/viewpoint.h"
 
@@ -60,6 +61,7 @@ struct shellnote_t {
 
 struct show_t {
     music_t music;
+    look_t look; // as the show file asks; the plain look when it does not
     std::vector<std::vector<fire_t>> designs;
     std::vector<firework_t> shells;  // headers: `fires` stays empty
     std::vector<std::size_t> design; // per shell, an index into designs

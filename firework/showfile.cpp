@@ -2,16 +2,7 @@
 // against a table of what each kind accepts and the range of each number,
 // then builds the show. Repetitions are counted before anything is built; the
 // makers run once per distinct design, a built-in show once per entry.
-#define TOML_EXCEPTIONS 0
-#define TOML_HEADER_ONLY 1
-// The parser's assertions on its own state stay off in every build: a header
-// such as "[[[" trips one (or, with NDEBUG, an assumption the compiler may
-// rely on) before the parser reports it as the error it is.
-#pragma push_macro("NDEBUG")
-#undef NDEBUG
-#define TOML_ASSERT(expr) static_cast<void>(0)
-#include <toml++/toml.h>
-#pragma pop_macro("NDEBUG")
+#include "firework/tomlconfig.h"
 
 #include "firework/showfile.h"
 
@@ -19,6 +10,7 @@
 #include "firework/calibre.h"
 #include "firework/effectmaker.h"
 #include "firework/framing.h"
+#include "firework/lookfile.h"
 #include "firework/namedcolor.h"
 #include "firework/sample.h"
 #include "firework/showtiming.h"
@@ -410,6 +402,7 @@ public:
         music_t music;
         entry_t camera;
         bool hascamera = false;
+        look_t look;
         for (auto&& [key, node] : root) {
             if (key.str() == "music") {
                 readmusic(node, music);
@@ -419,9 +412,15 @@ public:
                 hascamera = readcamera(node, camera);
                 continue;
             }
+            if (key.str() == "look") {
+                readlooktable(node, look, [this](const toml::source_region& where, const std::string& what) {
+                    problem(where, what);
+                });
+                continue;
+            }
             if (key.str() != "shell") {
                 problem(key.source(), "unknown key '" + escaped(key.str(), quotedchars, false)
-                                          + "' (a show holds [[shell]] tables, one [music] and one [camera] table)");
+                                          + "' (a show holds [[shell]] tables, one [music], one [look] and one [camera] table)");
                 continue;
             }
             toml::array* array = node.as_array();
@@ -449,10 +448,11 @@ public:
         build(entries, show);
         show.music = std::move(music);
         placecamera(show, hascamera ? &camera : nullptr);
+        show.look = look;
         // Refused before anything plays it: a frame that cannot be drawn in
         // bounded memory, known from the designs and launch times.
         if (std::string why; !drawable(show, why)) {
-            m_problems.push_back(m_path + ": " + why);
+            m_problems.push_back(printable(m_path) + ": " + why);
             show = {};
             return false;
         }

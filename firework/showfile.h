@@ -1,7 +1,7 @@
 // Show files: TOML written by hand, a list of [[shell]] tables, each a kind
 // of shell, a built-in show or a scene file, placed at a time and a point and
-// optionally repeated, and an optional [music] table naming a track. Read
-// into a show_t that holds each design once.
+// optionally repeated, an optional [music] table naming a track and an
+// optional [look] table. Read into a show_t that holds each design once.
 #pragma once
 
 #include "firework/scenefile.h"

@@ -31,6 +31,11 @@ public:
     void Destroy();
 
     bool initialised() const { return m_initialised; }
+    // For other passes over the same points: the vertex array that holds
+    // them, the sprite's texture, and the sprite's alpha at its middle.
+    GLuint vertexarray() const { return m_vao; }
+    GLuint spritetexture() const { return m_texid; }
+    float spritecentre() const { return m_centre; }
 
 private:
     bool m_initialised = false;

@@ -1,5 +1,6 @@
-// Drawing one frame: clear (or keep the trail image), blend every point by
-// per-channel maximum, and show the trail image when trails are on.
+// Drawing one frame: in the plain look, clear (or keep the trail image),
+// blend every point by per-channel maximum, and show the trail image when
+// trails are on; in the night look, through its passes.
 #include "render/frame.h"
 
 #include "glload/glextloader.h"
@@ -52,6 +53,8 @@ void frame_t::Reshape(int width, int height)
     m_height = height;
     glViewport(0, 0, width, height);
     m_projmtx = showprojection(m_view, width, height);
+    if (m_look.night() && m_night.initialised() && !m_night.Resize(width, height, m_camera, m_projmtx))
+        std::cerr << "night look: no framebuffer of " << width << "x" << height << std::endl;
 }
 
 void frame_t::SetView(const viewpoint_t& view)
@@ -59,6 +62,23 @@ void frame_t::SetView(const viewpoint_t& view)
     m_view = view;
     m_camera.setup(m_view);
     m_projmtx = showprojection(m_view, m_width, m_height);
+    // The night look's sky and lake are laid out for the camera.
+    if (m_look.night() && m_night.initialised() && m_width > 0 && m_height > 0 &&
+        !m_night.Resize(m_width, m_height, m_camera, m_projmtx))
+        std::cerr << "night look: no framebuffer of " << m_width << "x" << m_height << std::endl;
+}
+
+void frame_t::SetLook(const look_t& look, const nightcost_t& cost)
+{
+    m_look = look;
+    if (!look.night()) return;
+    m_night.Init(look, cost);
+    Reshape(m_width, m_height);
+}
+
+void frame_t::UpdateSmoke(float t, const primitive_t* puffs, std::size_t count)
+{
+    if (m_look.night()) m_night.UpdateSmoke(t, puffs, count);
 }
 
 void frame_t::Update(const primitive_t* points, std::size_t count)
@@ -69,6 +89,51 @@ void frame_t::Update(const primitive_t* points, std::size_t count)
 }
 
 void frame_t::Draw(GLuint target)
+{
+    if (m_look.night()) {
+        m_night.Begin(m_trail);
+        m_night.AddLight(m_draw, m_count, m_camera, m_projmtx, 1.0f, m_trail);
+        m_night.Finish(m_camera, m_projmtx, target);
+        return;
+    }
+    drawplain(target);
+}
+
+void frame_t::BeginExposure(int instants)
+{
+    m_instants = instants < 1 ? 1 : instants;
+    if (m_look.night()) {
+        m_night.Begin(m_trail);
+        return;
+    }
+    m_exposure.Init();
+    if (!m_exposure.Resize(m_width, m_height))
+        std::cerr << "motion blur: no framebuffer of " << m_width << "x" << m_height << std::endl;
+    m_exposure.Begin();
+}
+
+void frame_t::ExposeInstant()
+{
+    // Trails keep each pixel's brightest, so an instant counts whole there.
+    const float weight = m_trail && m_look.night() ? 1.0f : 1.0f / static_cast<float>(m_instants);
+    if (m_look.night()) {
+        m_night.AddLight(m_draw, m_count, m_camera, m_projmtx, weight, m_trail);
+        return;
+    }
+    drawplain(m_exposure.still());
+    m_exposure.Add(weight);
+}
+
+void frame_t::FinishExposure(GLuint target)
+{
+    if (m_look.night())
+        m_night.Finish(m_camera, m_projmtx, target);
+    else
+        m_exposure.Finish(target);
+    glViewport(0, 0, m_width, m_height);
+}
+
+void frame_t::drawplain(GLuint target)
 {
     if (m_trail) {
         geokit::grPrintError("display(6)");
@@ -135,6 +200,10 @@ void frame_t::EnterTrail()
 {
     if (m_trail) return;
     m_trail = true;
+    if (m_look.night()) {
+        m_night.ClearLight();
+        return;
+    }
     glGenFramebuffers(1, &m_framebuffer);
     glGenTextures(1, &m_trailtexture);
     glBindTexture(GL_TEXTURE_2D, m_trailtexture);
@@ -160,6 +229,8 @@ void frame_t::LeaveTrail()
 void frame_t::Destroy()
 {
     LeaveTrail();
+    m_night.Destroy();
+    m_exposure.Destroy();
     if (!m_initialised) return;
     m_texture.Destroy();
     m_draw.Destroy();

@@ -1,12 +1,16 @@
 // One frame of the show, drawn the same way wherever it goes: the viewer's
 // window or a headless renderer's framebuffer. Holds the GL state a frame
 // needs (the renderers, the camera and projection, the trail texture and its
-// framebuffer); whoever draws owns one. Knows nothing of windows.
+// framebuffer, the night look's passes); whoever draws owns one. Knows
+// nothing of windows.
 #pragma once
 
+#include "firework/look.h"
 #include "firework/primitive.h"
 #include "geometry/geokit.h"
 #include "render/draw.h"
+#include "render/exposure.h"
+#include "render/nightlook.h"
 #include "render/showcamera.h"
 #include "render/texture.h"
 
@@ -63,6 +67,24 @@ public:
     void SetView(const viewpoint_t& view);
     const viewpoint_t& view() const { return m_view; }
     void ResetCamera() { m_camera.setup(m_view); }
+
+    // The look the next frames are drawn in, with the context current; the
+    // plain look until set. `cost`: how much of the night look to draw
+    // (all of it by default, as renders do).
+    void SetLook(const look_t& look, const nightcost_t& cost = {});
+    const look_t& look() const { return m_look; }
+    // The show's time (the lake's ripples follow it) and its smoke then
+    // (firework/smoke.h); the plain look draws neither.
+    void UpdateSmoke(float t, const primitive_t* puffs, std::size_t count);
+
+    // A frame exposed over several instants (motion blur): BeginExposure,
+    // then for each instant Update its points and ExposeInstant, then
+    // FinishExposure draws the frame into `target`. One instant draws what
+    // Draw draws.
+    void BeginExposure(int instants);
+    void ExposeInstant();
+    void FinishExposure(GLuint target = 0);
+
     const showcamera_t& camera() const { return m_camera; }
     const geokit::matrix3w_t& projection() const { return m_projmtx; }
     int width() const { return m_width; }
@@ -74,8 +96,14 @@ public:
     int polyoffsetunit = 0;
 
 private:
+    void drawplain(GLuint target);
+
     bool m_initialised = false;
     bool m_built = false; // every shader built
+    look_t m_look;
+    nightlook_t m_night;
+    exposure_t m_exposure;
+    int m_instants = 1;
     draw_t m_draw;
     texture_t m_texture;
     showcamera_t m_camera;

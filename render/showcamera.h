@@ -8,6 +8,10 @@
 
 namespace vexlor {
 
+// The ground's height: every launch site is lifted to it (liftlaunchsites),
+// 10 units below the eye.
+inline constexpr float k_ground = 1000.0f;
+
 struct showcamera_t {
     geokit::rotation3_t m_rot{-90.0f, {1.0f, 0.0f, 0.0f}};
     geokit::rotation3_t m_inv{90.0f, {1.0f, 0.0f, 0.0f}};

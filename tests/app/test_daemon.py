@@ -149,7 +149,9 @@ class Settings(unittest.TestCase):
                 choices.append([control.get("arg").replace("%", control.get(k)) for k in ("low", "high", "default")])
             elif control.tag == "boolean":
                 choices.append([control.get("arg-set")])
-        self.assertEqual(len(choices), 3, "the show, the delay and the sound")
+            elif control.tag == "select":
+                choices.append([option.get("arg-set") for option in control if option.get("arg-set")])
+        self.assertEqual(len(choices), 4, "the show, the delay, the sound and the look")
         env = {k: v for k, v in os.environ.items() if k not in ("DISPLAY", "XSCREENSAVER_WINDOW")}
         for choice in choices:
             for arg in choice:

@@ -298,6 +298,61 @@ class Timing(unittest.TestCase):
             self.assertEqual(own(p.stderr()), "")
 
 
+def rows(shot, top, bottom):
+    """Mean (r, g, b) of the rows from `top` to `bottom`."""
+    row = shot.width * 3
+    part = shot.rgb[top * row:bottom * row]
+    n = len(part) // 3
+    return tuple(sum(part[k::3]) / n for k in range(3))
+
+
+class NightLook(unittest.TestCase):
+    """--look and [look]: the night look's sky, skyline and lake in the
+    window, the command line over the show file, a bad look refused."""
+
+    def test_night_over_a_lake_with_the_sparks_glowing(self):
+        with Program(BIN, ["--look", "night,water"], audio="dummy") as p:
+            self.assertIsNotNone(p.wait_window(), p.stderr())
+            self.assertEqual(p.wait_geometry(FULL), FULL, "not at the work area's size")
+            sleep_until(p.started + 3.0)
+            shot = p.screenshot()
+            picture(p, "night-window.png")
+            self.assertIsNone(p.proc.poll(), p.stderr())
+            self.assertEqual(own(p.stderr()), "")
+            # A dark blue night at the top, no grey anywhere much.
+            r, g, b = rows(shot, 0, 20)
+            self.assertLess(r, 40)
+            self.assertGreater(b, r)
+            self.assertNotEqual(shot.most_common(), (46, 46, 46))
+            self.assertGreater(shot.count_brighter(BRIGHT), 100, "no sparks")
+            # The lake below the horizon mirrors what is above it: it is not
+            # the plain black of land.
+            lake = rows(shot, HEIGHT - 200, HEIGHT)
+            self.assertGreater(sum(lake), 3.0, lake)
+
+    def test_the_command_line_wins_over_the_show_file(self):
+        with tempfile.TemporaryDirectory() as tmp:
+            show = os.path.join(tmp, "night.vexlor.toml")
+            with open(show, "w") as f:
+                f.write('[look]\nname = "night"\n\n[[shell]]\nkind = "single"\ntime = 0\n')
+            for args, night in (([show], True), (["--look", "plain", show], False)):
+                with self.subTest(args=args), Program(BIN, args, audio="dummy") as p:
+                    self.assertIsNotNone(p.wait_window(), p.stderr())
+                    sleep_until(p.started + 1.5)
+                    common = p.screenshot().most_common()
+                    self.assertEqual(common == (46, 46, 46), not night, common)
+                    self.assertEqual(own(p.stderr()), "")
+
+    def test_a_bad_look_is_one_line_and_status_2(self):
+        env = {k: v for k, v in os.environ.items() if k != "DISPLAY"}
+        for look, says in (("dawn", "unknown look 'dawn' (choose plain or night)"),
+                           ("night,wind=40", "a wind of 40 m/s is too strong (at most 20 m/s)")):
+            r = subprocess.run([BIN, "--look", look], env=env, capture_output=True, text=True, timeout=10)
+            self.assertEqual(r.returncode, 2, r.stderr)
+            self.assertEqual(r.stderr.count("\n"), 1, r.stderr)
+            self.assertIn(says, r.stderr)
+
+
 class Loading(unittest.TestCase):
     """A scene file large enough to take a while to read: the window is there
     at once, says how far the read has got and answers while it reads."""

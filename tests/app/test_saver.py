@@ -193,6 +193,30 @@ class Saver(unittest.TestCase):
             sound = os.path.join(p.tmp.name, "sound.raw")
             self.assertFalse(os.path.exists(sound) and os.path.getsize(sound), "it made a sound")
 
+    def test_the_night_look_fills_the_window(self):
+        with Screen(100, 60, 640, 360) as screen:
+            win = screen.window
+            p = screen.run(["--window-id", hex(win.id), "--look", "night,horizon=hills"])
+            # Drawn once the window is no longer its own navy.
+            deadline = time.monotonic() + 15
+            while time.monotonic() < deadline and p.proc.poll() is None:
+                if pixel(crop(p.screenshot(), win.box), 320, 5) != (0, 0, 0x80):
+                    break
+                time.sleep(0.05)
+            time.sleep(3.5)
+            shot = p.screenshot()
+            inside = crop(shot, win.box)
+            top = pixel(inside, 320, 5)
+            self.assertLess(top[0], 40, top)
+            self.assertGreater(top[2], top[0], f"not a night sky: {top}")
+            self.assertFalse(is_sky(inside.most_common()), "the plain look's grey")
+            self.assertGreater(inside.count_brighter(BRIGHT), 50, "no sparks after the burst")
+            self.assertEqual(shot.count_brighter(BRIGHT), inside.count_brighter(BRIGHT),
+                             "drawn outside the window")
+            p.proc.send_signal(signal.SIGTERM)
+            self.assertEqual(p.wait(5), -signal.SIGTERM, p.stderr())
+            self.assertEqual(own(p.stderr()), "")
+
     def test_root_window_with_sound_ends_promptly_on_sigterm(self):
         with Program(BIN, ["--root", "--sound"]) as p:
             start = wait_sound(p)
@@ -270,7 +294,8 @@ class Saver(unittest.TestCase):
         nodisplay = {k: v for k, v in os.environ.items() if k not in ("DISPLAY", "XSCREENSAVER_WINDOW")}
         for args in (["--root", "--window-id", "0x400001"], ["--window-id", "0x4g"],
                      ["--window-id", "window"], ["--root", "--delay", "-1"],
-                     ["--root", "--delay", "nan"], ["--delay", "3"], ["--root", "a", "b"]):
+                     ["--root", "--delay", "nan"], ["--delay", "3"], ["--root", "a", "b"],
+                     ["--root", "--look", "dusk"], ["--root", "--look", "night,glow=-1"]):
             status, err = run(args, nodisplay)
             self.assertEqual(status, 2, args)
             self.assertEqual(err.count("\n"), 1, err)

@@ -113,6 +113,17 @@ TEST(SaverOptions, RootWindowIdShowDelaySound)
     r = parse({"--root", "b.scene"});
     EXPECT_EQ(r.status, -1);
     EXPECT_EQ(r.options.show, "b.scene");
+    EXPECT_EQ(r.options.look.fields, 0u) << "no look asked for: the show's own";
+
+    r = parse({"--root", "--look", "night,water,horizon=hills"});
+    EXPECT_EQ(r.status, -1);
+    EXPECT_TRUE(r.options.look.look.night());
+    EXPECT_TRUE(r.options.look.look.water);
+    EXPECT_EQ(r.options.look.look.horizon, vexlor::horizon_t::hills);
+    // --look alone is the viewer's: it does not make a screensaver.
+    r = parse({"--look", "night"});
+    EXPECT_EQ(r.status, -1);
+    EXPECT_FALSE(r.options.on);
 
     for (auto args : {std::initializer_list<const char*>{"--window-id", "0x400007"},
                       {"-window-id", "4194311"}, {"--window-id=0x400007"}}) {
@@ -165,6 +176,9 @@ TEST(SaverOptions, BadCommandLinesAreUsageErrorsOfOneLine)
                       {"--root", "a", "b"},
                       {"--root", "--bogus"},
                       {"--sound"},
+                      {"--root", "--look", "dusk"},
+                      {"--root", "--look", "night,wind=50"},
+                      {"--root", "--look"},
                       {"--delay", "2", "show.scene"}}) {
         const auto r = parse(args);
         std::string line;

@@ -42,13 +42,14 @@ TEST(ViewerCamera, LooksAlongPlusYFromInFrontOfTheLiftedLaunchSite)
     for (int i = 0; i < 16; ++i) EXPECT_EQ(modelmtx.m[i], mtx.m[i]);
 }
 
-int run(std::vector<std::string> args, std::string& out, std::string& err)
+int run(std::vector<std::string> args, std::string& out, std::string& err, vexlor::viewoptions_t* into = nullptr)
 {
     std::vector<char*> argv;
     for (auto& a : args) argv.push_back(a.data());
     testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();
-    const int status = vexlor::commandline(static_cast<int>(argv.size()), argv.data());
+    vexlor::viewoptions_t options;
+    const int status = vexlor::commandline(static_cast<int>(argv.size()), argv.data(), into ? *into : options);
     out = testing::internal::GetCapturedStdout();
     err = testing::internal::GetCapturedStderr();
     return status;
@@ -81,10 +82,45 @@ TEST(CommandLine, HelpVersionUnknownOptionsAndSceneFiles)
         EXPECT_EQ(err.find('\n'), err.size() - 1) << err;
     }
 
-    EXPECT_EQ(run({"vexlor"}, out, err), -1) << "no argument plays the built-in show";
-    EXPECT_EQ(run({"vexlor", "show.scene"}, out, err), -1);
+    vexlor::viewoptions_t options;
+    EXPECT_EQ(run({"vexlor"}, out, err, &options), -1) << "no argument plays the built-in show";
+    EXPECT_EQ(options.show, "");
+    EXPECT_EQ(options.look.fields, 0u) << "no look asked for: the show's own";
+    EXPECT_EQ(run({"vexlor", "show.scene"}, out, err, &options), -1);
+    EXPECT_EQ(options.show, "show.scene");
     EXPECT_EQ(run({"vexlor", "-"}, out, err), -1) << "a lone dash is a file name";
     EXPECT_EQ(out + err, "");
+}
+
+// --look before or after the show, in either spelling; a bad one is one line
+// naming the value and what is allowed, and nothing starts.
+TEST(CommandLine, LooksAreReadAndCheckedBeforeAnythingStarts)
+{
+    std::string out, err;
+    vexlor::viewoptions_t options;
+    EXPECT_EQ(run({"vexlor", "--look", "night,water,wind=3", "finale.vexlor.toml"}, out, err, &options), -1) << err;
+    EXPECT_EQ(options.show, "finale.vexlor.toml");
+    EXPECT_TRUE(options.look.look.night());
+    EXPECT_TRUE(options.look.look.water);
+    EXPECT_EQ(options.look.look.wind.x, 3.0f);
+    EXPECT_EQ(run({"vexlor", "random", "--look=plain"}, out, err, &options), -1) << err;
+    EXPECT_EQ(options.show, "random");
+    EXPECT_EQ(options.look.fields, static_cast<unsigned>(vexlor::look_name));
+    EXPECT_FALSE(options.look.look.night());
+
+    const std::pair<std::vector<std::string>, const char*> refused[] = {
+        {{"vexlor", "--look", "dawn"}, "--look dawn: unknown look 'dawn' (choose plain or night)"},
+        {{"vexlor", "--look", "night,fog"}, "--look night,fog: unknown setting 'fog'"},
+        {{"vexlor", "--look", "night,wind=30:0:0"}, "a wind of 30 m/s is too strong (at most 20 m/s)"},
+        {{"vexlor", "--look"}, "--look needs a look (plain or night"},
+        {{"vexlor", "a.scene", "--look", "night", "b.scene"}, "'b.scene' is one too many"},
+    };
+    for (const auto& [args, what] : refused) {
+        EXPECT_EQ(run(args, out, err), 2) << what;
+        EXPECT_EQ(out, "");
+        EXPECT_NE(err.find(what), std::string::npos) << err;
+        EXPECT_EQ(err.find('\n'), err.size() - 1) << err;
+    }
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 // scene files and the typed text form must still mean a point, and write one,
 // also on streams that carry such a locale and under a global C++ locale.
 #include "firework/loadsave.h"
+#include "firework/look.h"
 #include "firework/scenecheck.h"
 #include "firework/scenereader.h"
 #include "geometry/geokit.h"
@@ -75,6 +76,18 @@ template <typename T> T read_as(const std::string& s, const std::locale& locale)
     is >> v;
     EXPECT_FALSE(is.fail()) << s;
     return v;
+}
+
+// --look's numbers mean a point whatever the locale the viewer runs under.
+TEST_F(DecimalComma, LookSettingsReadAPoint)
+{
+    lookchoice_t choice;
+    std::string problem;
+    ASSERT_TRUE(parselook("night,glow=1.5,wind=2.5:-0.5:0", choice, problem)) << problem;
+    EXPECT_EQ(choice.look.glow, 1.5f);
+    EXPECT_EQ(choice.look.wind.x, 2.5f);
+    EXPECT_EQ(choice.look.wind.y, -0.5f);
+    EXPECT_FALSE(parselook("night,glow=1,5", choice, problem)) << "a comma separates settings";
 }
 
 } // namespace

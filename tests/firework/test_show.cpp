@@ -288,7 +288,7 @@ TEST(ShowFile, EveryProblemWithItsPosition)
         {show + "count = 3\nposition = [0, 9000, 0]\nstep = [0, 600, 0]\n", {"4:9: the last repetition would stand more than 10000 m out"}},
         {show + "count = 2.5\ncolor = [0.5, 0.5]\n", {"4:9: count must be a whole number", "5:9: color must be an array [red, green, blue] or [red, green, blue, alpha]"}},
         {"# nothing yet\n", {"1:1: the show holds no shells"}},
-        {"shell = 3\nsong = \"a.ogg\"\n", {"1:9: 'shell' must be a list of [[shell]] tables", "2:1: unknown key 'song' (a show holds [[shell]] tables and one [music] table)"}},
+        {"shell = 3\nsong = \"a.ogg\"\n", {"1:9: 'shell' must be a list of [[shell]] tables", "2:1: unknown key 'song' (a show holds [[shell]] tables, one [music], one [look] and one [camera] table)"}},
         {show + "[music]\nfile = \"a.ogg\"\noffset = \"soon\"\ngain = -1\nvolume = 1\n",
          {"6:10: offset must be a number", "7:8: gain must lie from 0 to 16", "8:1: unknown key 'volume' (music takes file, offset, gain)"}},
         {show + "[music]\nfile = 3\noffset = nan\ngain = inf\n", {"5:8: file must name a music file", "6:10: offset must lie from -86400 to 86400 s", "7:8: gain must lie from 0 to 16"}},

@@ -166,7 +166,9 @@ class Deb(unittest.TestCase):
         listing = run("dpkg-deb", "-c", self.deb, check=True).stdout
         # A link is listed as "./PATH -> TARGET".
         paths = {line.split(" -> ")[0].split()[-1].lstrip(".") for line in listing.splitlines()}
-        want = {"/usr/share/vexlor/reverb.wav", "/usr/share/applications/vexlor.desktop",
+        want = {"/usr/share/vexlor/reverb.wav", "/usr/share/vexlor/deepburst.wav",
+                "/usr/share/vexlor/deeperburst.wav", "/usr/share/vexlor/crackle.wav",
+                "/usr/share/applications/vexlor.desktop",
                 "/usr/share/mime/packages/vexlor.xml", "/usr/share/doc/vexlor/copyright",
                 "/usr/share/doc/vexlor/changelog.gz",
                 "/usr/share/icons/hicolor/scalable/apps/vexlor.svg"}
@@ -207,8 +209,9 @@ class Install(unittest.TestCase):
     """The tree built and installed from scratch by `build-fresh`."""
 
     def test_installed_sound_and_program(self):
-        self.assertTrue(os.path.isfile(os.path.join(STAGING, "share", "vexlor", "reverb.wav")),
-                        "the burst sound was not installed")
+        for clip in ("reverb.wav", "deepburst.wav", "deeperburst.wav", "crackle.wav"):
+            self.assertTrue(os.path.isfile(os.path.join(STAGING, "share", "vexlor", clip)),
+                            f"the sound {clip} was not installed")
         plays(self, os.path.join(STAGING, "bin", "vexlor"))
 
     def test_file_manager_opens_a_scene_file_with_the_viewer(self):

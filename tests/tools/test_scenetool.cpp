@@ -201,6 +201,14 @@ TEST(SceneTool, MusicCheckedAndDescribed)
     EXPECT_NE(info.out.find("sounds: 2\n" + dir.path + "/song.flac\nmusic: 1.500 s, FLAC (Signed 16 bit PCM), 44100 Hz, "
                             "2 channels, from -0.5 s at gain 0.8\n"), std::string::npos) << info.out;
 
+    // The look a show asks for is told after the sounds.
+    const std::string night = dir.write("night.toml", shell + "[look]\nname = \"night\"\nwater = true\nwind = [2, 0, 0]\n");
+    const result_t looks = run(dir, "info " + night);
+    EXPECT_EQ(looks.status, 0);
+    EXPECT_NE(looks.out.find("sounds: 2\nlook: night, water, wind 2:0:0 m/s, sky night, horizon skyline, smoke, glow 1\n"),
+              std::string::npos) << looks.out;
+    EXPECT_EQ(run(dir, "info " + good).out.find("look:"), std::string::npos) << "the plain look goes unsaid";
+
     dir.write("notes.txt", "these are words\n");
     std::filesystem::create_directory(dir.path + "/folder.ogg");
     const std::pair<std::string, std::string> cases[] = {{"missing.ogg", "cannot read the file (No such file or directory)"},

@@ -3,10 +3,12 @@
 
 #include "firework/valueranges.h"
 #include "tools/render/framesink.h"
+#include "tools/render/showframe.h"
 #include "tools/render/showsource.h"
 
 #include <CLI/CLI.hpp>
 
+#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <iostream>
@@ -46,6 +48,19 @@ std::string text(double value)
     return line;
 }
 
+// The whole text one number, read the C way (the locale is C here anyway).
+bool readwhole(const std::string& text, int& value)
+{
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    return !text.empty() && error == std::errc() && end == text.data() + text.size();
+}
+
+bool readnumber(const std::string& text, double& value)
+{
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    return !text.empty() && error == std::errc() && end == text.data() + text.size() && std::isfinite(value);
+}
+
 std::string shownames()
 {
     std::string text;
@@ -74,6 +89,20 @@ int parseoptions(int argc, char** argv, renderoptions_t& options)
     app.add_option("--from", from, "first frame's scene time, seconds")->default_str("0");
     auto* toopt = app.add_option("--to", to, "end of the render, seconds (default: when nothing is left to draw)");
     app.add_flag("--trails", options.trails, "leave trails, as if Shift were held");
+    std::string look, motionblur = "1", shutter = "0.5";
+    auto* lookopt = app.add_option("--look", look,
+                                   "plain or night, then settings after commas: water, wind=X:Y:Z (m/s), "
+                                   "sky=night|dusk, horizon=skyline|hills, smoke=false, glow=G (0 to 4); "
+                                   "over the show file's [look]")
+                        ->type_name("LOOK");
+    app.add_option("--motion-blur", motionblur, "draw each frame from N instants over the shutter's interval (1 to " +
+                                                    std::to_string(k_mostinstants) + "; 1: none)")
+        ->type_name("N")
+        ->default_str("1");
+    app.add_option("--shutter", shutter, "how long the shutter is open, a fraction of a frame's time (above 0, at "
+                                         "most 1)")
+        ->type_name("F")
+        ->default_str("0.5");
     app.add_flag("-q,--quiet", options.quiet, "no progress line");
     app.set_version_flag("--version", std::string("vexlor-render ") + VEXLOR_VERSION);
 
@@ -107,6 +136,15 @@ int parseoptions(int argc, char** argv, renderoptions_t& options)
         if (to - from > k_longestrender)
             return usage("--to: a render spans at most " + std::to_string(int(k_longestrender)) + " s");
     }
+    if (lookopt->count() > 0) {
+        std::string problem;
+        if (!parselook(look, options.look, problem)) return usage("--look " + look + ": " + problem);
+    }
+    if (!readwhole(motionblur, options.motionblur) || options.motionblur < 1 || options.motionblur > k_mostinstants)
+        return usage("--motion-blur " + motionblur + ": must be a whole number from 1 to " +
+                     std::to_string(k_mostinstants));
+    if (!readnumber(shutter, options.shutter) || !(options.shutter > 0.0) || options.shutter > 1.0)
+        return usage("--shutter " + shutter + ": must be a number above 0 and at most 1 (a fraction of a frame's time)");
     const outputkind_t kind = outputkind(options.output);
     if (kind == outputkind_t::none)
         return usage(options.output + ": unknown kind of output (name a .mp4 or .webm file, or a directory ending in /)");

@@ -12,6 +12,8 @@
 #include "tools/render/eglcontext.h"
 #include "tools/render/framesink.h"
 #include "tools/render/offscreen.h"
+#include "tools/render/showframe.h"
+#include "firework/smoke.h"
 #include "tools/render/soundtrack.h"
 #include "utils/datapath.h"
 
@@ -190,6 +192,9 @@ int render(const renderoptions_t& options, show_t scene, renderstats_t& stats)
     if (shaderfailed()) return fail("the shaders did not build; nothing was written");
     frame.SetView(runner.show().camera);
     frame.Reshape(options.width, options.height);
+    // The command line's look over the show's; renders draw it in full.
+    const look_t look = chooselook(runner.show().look, options.look);
+    frame.SetLook(look);
     if (options.trails) frame.EnterTrail();
 
     // The track is made as it is written, a block at a time.
@@ -203,6 +208,14 @@ int render(const renderoptions_t& options, show_t scene, renderstats_t& stats)
 
     std::vector<primitive_t> points;
     points.reserve(largest);
+    smoke_t smoke;
+    std::vector<primitive_t> puffs;
+    if (look.night() && look.smoke) {
+        smoke.prepare(runner.show(), look.wind);
+        puffs.reserve(smoke_t::k_mostbursts * smoke_t::k_puffsperburst);
+    }
+    framesource_t source{runner, smoke, points, puffs};
+    const shutter_t shutter{options.motionblur, options.shutter / options.fps};
     progress_t progress(!options.quiet && isatty(STDERR_FILENO), frames);
 
     const auto handout = [&](const unsigned char* pixels) {
@@ -218,13 +231,9 @@ int render(const renderoptions_t& options, show_t scene, renderstats_t& stats)
     for (std::size_t k = 0; k < frames && ok; ++k) {
         if (g_stop) break;
         auto begin = steady::now();
-        runner.evaluate(span.at(k), points);
-        stats.evaluate += since(begin);
-
-        begin = steady::now();
-        frame.Update(points.data(), points.size());
-        frame.Draw(target.framebuffer());
-        stats.draw += since(begin);
+        const double evaluating = drawshowframe(source, frame, span.at(k), shutter, target.framebuffer());
+        stats.evaluate += evaluating;
+        stats.draw += since(begin) - evaluating;
 
         // The frame before this one is handed out while this one draws.
         begin = steady::now();

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "firework/firework.h"
+#include "firework/look.h"
 #include "firework/show.h"
 
 #include <cstddef>
@@ -21,6 +22,9 @@ struct renderoptions_t {
     double from = 0.0;
     double to = -1.0; // below from: until the show's last spark has burnt out
     bool trails = false;
+    lookchoice_t look;   // over the show file's own look
+    int motionblur = 1;  // instants a frame is drawn from
+    double shutter = 0.5; // the shutter's interval, a fraction of a frame's time
     bool quiet = false;
     std::string argv0; // to find the burst sound as the viewer does
 };
