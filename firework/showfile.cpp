@@ -1049,7 +1049,10 @@ private:
                                          : "kind must be a string: " + kindchoice());
             return false;
         }
-        static const std::string unknown = "(known: kind, " + keynames(shellkeys) + ")";
+        // The keys of its own kind: with twenty kinds, the list of all keys
+        // would name many that do not apply.
+        const std::string unknown = "(a " + kindname(entry.kind) + " shell takes kind, "
+                                  + takenby(shellkeys, kindbit(entry.kind)) + ")";
         readkeys(table, shellkeys, kindbit(entry.kind), "kind", "the shell", unknown, "a scene file", entry);
         if (entry.kind == kind_t::scene && entry.get("file") != nullptr)
             readscene(entry);

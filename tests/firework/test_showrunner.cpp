@@ -50,9 +50,9 @@ std::int64_t at_s(double seconds)
 // What the runner tells its sound side, in order.
 class recorder_t : public vexlor::showaudio_t {
 public:
-    void load(const vexlor::music_t& music, const std::vector<double>& times) override
+    void load(const vexlor::music_t& music, const std::vector<vexlor::soundcue_t>& cues) override
     {
-        log += "load " + music.file + " " + std::to_string(times.size()) + ";";
+        log += "load " + music.file + " " + std::to_string(cues.size()) + ";";
     }
     void play(double t) override { log += "play " + text(t) + ";"; }
     void pause(double t) override { log += "pause " + text(t) + ";"; }
@@ -62,9 +62,12 @@ public:
         t = heard;
         return true;
     }
-    void sound(std::size_t shell, sound_t what) override
+    void sound(const vexlor::soundhit_t& hit) override
     {
-        log += (what == sound_t::launch ? "launch " : "burst ") + std::to_string(shell) + ";";
+        log += (hit.what == sound_t::launch  ? "launch "
+                : hit.what == sound_t::burst ? "burst "
+                                             : "crackle ")
+             + std::to_string(hit.shell) + ";";
     }
     static std::string text(double t)
     {

@@ -144,13 +144,15 @@ TEST(SceneTool, ShowFilesCheckedDescribedAndExpanded)
                                                   "time = -2\ncount = 100001\n");
     const result_t checked = run(dir, "check " + bad);
     EXPECT_TRUE(checked.status == 1 && checked.out.empty());
-    EXPECT_EQ(checked.err, bad + ":2:8: unknown kind \"sparkler\" (choose single, simple, blink, susuki, random, miniexhibition or scene)\n"
+    EXPECT_EQ(checked.err, bad + ":2:8: unknown kind \"sparkler\" (choose single, simple, blink, susuki, random, miniexhibition, scene, peony, chrysanthemum, dahlia, willow, palm, ring, crossette, strobe, crackle, multibreak, comet, mine or cake)\n"
                            + bad + ":6:8: time must lie from 0 to 14400 s\n"
                            + bad + ":7:9: count must lie from 1 to 100000\n");
     // Info and expand stop at the first problem; a failed expand writes nothing.
     const result_t expanded = run(dir, "expand " + bad + " " + dir.path + "/bad.scene");
     EXPECT_TRUE(expanded.status == 1 && expanded.err == bad + ":2:8: unknown kind \"sparkler\" (choose single, simple, "
-                                                             "blink, susuki, random, miniexhibition or scene)\n");
+                                                             "blink, susuki, random, miniexhibition, scene, peony, "
+                                                             "chrysanthemum, dahlia, willow, palm, ring, crossette, strobe, "
+                                                             "crackle, multibreak, comet, mine or cake)\n");
     EXPECT_FALSE(std::filesystem::exists(dir.path + "/bad.scene"));
     EXPECT_EQ(run(dir, "info " + dir.path + "/none.toml").status, 1);
     EXPECT_EQ(run(dir, "expand " + show).status, 2);

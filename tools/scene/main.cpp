@@ -12,6 +12,7 @@
 #include "firework/sceneinfo.h"
 #include "firework/showfile.h"
 #include "firework/showtiming.h"
+#include "firework/soundcue.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -157,8 +158,9 @@ int info(const std::string& path)
         std::snprintf(line, sizeof line, "length: %.3f s\n", std::max(0.0, static_cast<double>(timing.end())));
     std::cout << line;
     std::snprintf(line, sizeof line, "largest frame: %zu points at %.3f s\n", busiest.points, busiest.at);
-    // Each shell's launch and burst: the frame after the end has asked for all.
-    std::cout << line << "sounds: " << 2 * show.shells.size() << '\n';
+    // Every launch, burst and crackle heard: the frame after the end has
+    // asked for all.
+    std::cout << line << "sounds: " << vexlor::soundcues(show).size() << '\n';
     if (show.look.night()) std::cout << "look: " << vexlor::describelook(show.look) << '\n';
     if (!show.music.file.empty()) {
         sndkit::musicinfo_t music;
