@@ -315,7 +315,9 @@ int run(int argc, char** argv)
             return usage("expand takes a show and a scene file name");
         return expand(argv[2], argv[3]);
     }
-    if (command == "info" && argc == 4 && std::string(argv[2]) == "--json") {
+    if (command == "info" && argc >= 3 && std::string(argv[2]) == "--json") {
+        if (argc != 4)
+            return usage("info --json takes one file name");
         if (argv[3][0] == '\0')
             return usage("the file name is empty");
         return infojson(argv[3]);
