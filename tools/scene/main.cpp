@@ -239,6 +239,13 @@ int infojson(const std::string& path)
     out += "  \"effects\": " + std::to_string(show.effects.size()) + ",\n";
     if (!show.music.file.empty())
         out += "  \"music\": " + jsonstring(show.music.file) + ",\n";
+    if (show.camera.placed) {
+        const geokit::position3_t& p = show.camera.position;
+        const geokit::position3_t& q = show.camera.target;
+        out += "  \"camera\": {\"position\": [" + jsonnumber(p.x) + ", " + jsonnumber(p.y) + ", " + jsonnumber(p.z)
+             + "], \"target\": [" + jsonnumber(q.x) + ", " + jsonnumber(q.y) + ", " + jsonnumber(q.z)
+             + "], \"fov\": " + jsonnumber(show.camera.fov) + "},\n";
+    }
     out += "  \"shells\": [";
     for (std::size_t i = 0; i < show.shells.size(); ++i) {
         const vexlor::firework_t& shell = show.shells[i];
