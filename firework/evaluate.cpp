@@ -59,9 +59,8 @@ struct pointsink_t {
 };
 
 struct countsink_t {
-    static constexpr bool positions = false;
+    static constexpr bool positions = false; // so no tails either
     static constexpr bool steady = true;
-    static constexpr bool tails = true;
     std::size_t count = 0;
     void add(const primitive_t&) { ++count; }
 };
