@@ -141,22 +141,38 @@ class Keys(unittest.TestCase):
             left, _, right, _ = after(wait=0.5).white_box(BRIGHT)
             self.assertGreater(right - left, 200, "the stars should be spread out by now")
             restarted = time.monotonic()
+            # The launch sound comes in the frames written after the key: the
+            # delay is counted on the recording's own samples.
+            pressed = p.recording.frames()
             left, top, right, bottom = after("Return", wait=0.6).white_box(BRIGHT)
             self.assertLess(max(right - left, bottom - top), 20, "more than the shell after Enter")
-            time.sleep(0.2)
-            self.assertLess(abs(p.recording.onsets()[-1] - restarted), 0.4, "no launch sound")
+            deadline = time.monotonic() + 10.0
+            launched = []
+            while not launched and time.monotonic() < deadline:
+                launched = [f for f in p.recording.onset_frames() if f >= pressed]
+                time.sleep(0.1)
+            self.assertTrue(launched, "no launch sound after Enter")
+            self.assertLess((launched[0] - pressed) / 48000, 0.5, "the launch sound came late")
 
             # Shift held leaves trails; releasing it ends them.
             sleep_until(restarted + 3.0)
             plain = p.screenshot().count_brighter(BRIGHT)
+            # Trails grow a frame at a time: a loaded machine draws fewer
+            # frames a second, so the picture is watched until they show.
+            def watch(until, seconds=4.0):
+                deadline = time.monotonic() + seconds
+                while True:
+                    count = p.screenshot().count_brighter(BRIGHT)
+                    if until(count) or time.monotonic() > deadline:
+                        return count
+
             p.xdotool("keydown", "shift")
-            time.sleep(1.2)
-            trails = p.screenshot().count_brighter(BRIGHT)
+            time.sleep(0.3)
+            trails = watch(lambda n: n > 3 * plain)
             picture(p, "trails.png")
             p.xdotool("keyup", "shift")
-            time.sleep(0.4)
             self.assertGreater(trails, 3 * plain, f"trails {trails}, plain {plain}")
-            self.assertLess(p.screenshot().count_brighter(BRIGHT) * 2, trails, "trails stayed")
+            self.assertLess(watch(lambda n: 2 * n < trails) * 2, trails, "trails stayed")
 
             # Upper-case Q is not quit; "q" is, with status 1.
             p.key("shift+q")
