@@ -460,9 +460,10 @@ TEST(Effects, ScrubbingDrawsWhatPlayingDraws)
         for (evaluator_t* evaluator : {&scrubbed, &shared}) {
             evaluator->points(show, times[i], points);
             ASSERT_EQ(points.size(), frames[i].size()) << "at " << times[i];
-            if (!points.empty())
+            if (!points.empty()) {
                 EXPECT_EQ(std::memcmp(points.data(), frames[i].data(), points.size() * sizeof(primitive_t)), 0)
                     << "at " << times[i];
+            }
         }
     }
 }
