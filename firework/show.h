@@ -34,6 +34,7 @@ struct show_t {
     std::vector<std::vector<fire_t>> designs;
     std::vector<firework_t> shells;  // headers: `fires` stays empty
     std::vector<std::size_t> design; // per shell, an index into designs
+    std::vector<std::string> scenefiles; // read for it, as the show file names them (resolved)
 };
 
 // Finds identical star lists while a show is built, by content (bit for bit,

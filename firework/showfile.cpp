@@ -367,6 +367,7 @@ public:
             return false;
         }
         build(entries, show);
+        for (const auto& scene : m_scenes) show.scenefiles.push_back(scene.first);
         show.music = std::move(music);
         show.look = look;
         // Refused before anything plays it: a frame that cannot be drawn in

@@ -102,8 +102,7 @@ int parseoptions(int argc, char** argv, renderoptions_t& options)
     double to = -1.0;
     app.add_option("SHOW", options.show, "show file, scene file or built-in show")->required();
     app.add_option("-o,--output", options.output,
-                   "OUT.mp4 (H.264, AAC), OUT.webm (VP9, Opus) or DIR/ (PNG frames and sound.wav)")
-        ->required();
+                   "OUT.mp4 (H.264, AAC), OUT.webm (VP9, Opus) or DIR/ (PNG frames and sound.wav)");
     app.add_option("--size", size, "frame size WxH")->default_str("1920x1080");
     app.add_option("--fps", fps, "frames a second")->default_str("60");
     app.add_option("--from", from, "first frame's scene time, seconds")->default_str("0");
@@ -130,6 +129,9 @@ int parseoptions(int argc, char** argv, renderoptions_t& options)
                          ->type_name("K/N");
     app.add_flag("--sound-only", options.soundonly,
                  "write only the whole render's sound track: to OUT.wav, or DIR/sound.wav");
+    app.add_flag("--list-inputs", options.listinputs,
+                 "print the files the show reads (the show file, its scene files, its music), one a line, "
+                 "and render nothing");
     app.add_flag("-q,--quiet", options.quiet, "no progress line");
     app.set_version_flag("--version", std::string("vexlor-render ") + VEXLOR_VERSION);
 
@@ -148,6 +150,9 @@ int parseoptions(int argc, char** argv, renderoptions_t& options)
         std::cerr << "vexlor-render: " << problem << " (try --help)" << std::endl;
         return 2;
     };
+    options.argv0 = argv[0];
+    if (options.listinputs) return -1;
+    if (options.output.empty()) return usage("-o,--output is required");
     if (const std::string problem = readsize(size, options.width, options.height); !problem.empty())
         return usage(problem);
     // Every time lies within a show's span, where the frames' float times

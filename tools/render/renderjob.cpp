@@ -159,6 +159,19 @@ int render(const renderoptions_t& options, renderstats_t& stats)
         std::cerr << message << std::endl;
         return 1;
     }
+    if (options.listinputs) {
+        // Absolute, so that a copy elsewhere can keep their places relative
+        // to each other. A built-in show reads no file.
+        namespace fs = std::filesystem;
+        std::error_code ec;
+        std::vector<std::string> files;
+        if (fs::exists(options.show, ec)) files.push_back(options.show);
+        files.insert(files.end(), show.scenefiles.begin(), show.scenefiles.end());
+        if (!show.music.file.empty()) files.push_back(show.music.file);
+        for (const std::string& file : files) std::cout << fs::absolute(file, ec).string() << '\n';
+        std::cout.flush();
+        return std::cout ? 0 : fail("cannot write the list of files");
+    }
     return render(options, std::move(show), stats);
 }
 

@@ -31,6 +31,7 @@ struct renderoptions_t {
     int chunk = 0;
     int chunks = 0;
     bool soundonly = false; // the whole span's sound track and no frames
+    bool listinputs = false; // print the files the show reads and stop
     std::string argv0; // to find the burst sound as the viewer does
 };
 
