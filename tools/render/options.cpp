@@ -151,7 +151,8 @@ int parseoptions(int argc, char** argv, renderoptions_t& options)
         return 2;
     };
     options.argv0 = argv[0];
-    if (options.listinputs) return -1;
+    // With an output named, its options are checked before the list.
+    if (options.listinputs && options.output.empty()) return -1;
     if (options.output.empty()) return usage("-o,--output is required");
     if (const std::string problem = readsize(size, options.width, options.height); !problem.empty())
         return usage(problem);
