@@ -330,6 +330,22 @@ TEST_F(Chunks, TheFarmRefusesWhatCannotWorkAndLeavesNothing)
     expectnoleftovers(before, "");
 }
 
+// A port nothing listens on just now, on the loopback address.
+int freeport()
+{
+    const int fd = socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t size = sizeof address;
+    int port = -1;
+    if (bind(fd, reinterpret_cast<sockaddr*>(&address), size) == 0 &&
+        getsockname(fd, reinterpret_cast<sockaddr*>(&address), &size) == 0)
+        port = ntohs(address.sin_port);
+    close(fd);
+    return port;
+}
+
 // An sshd of the test's own on private ports, with its own host key and
 // client key: each port is a host of its own, its commands run in a folder
 // of their own with a PATH of their own. hosta has vexlor; hostb's render
@@ -358,21 +374,6 @@ protected:
         if (IsSkipped()) return;
         if (!have("parallel") || !have("rsync")) GTEST_SKIP() << "GNU parallel and rsync are needed";
         if (!s_reason.empty()) GTEST_SKIP() << s_reason;
-    }
-
-    static int freeport()
-    {
-        const int fd = socket(AF_INET, SOCK_STREAM, 0);
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t size = sizeof address;
-        int port = -1;
-        if (bind(fd, reinterpret_cast<sockaddr*>(&address), size) == 0 &&
-            getsockname(fd, reinterpret_cast<sockaddr*>(&address), &size) == 0)
-            port = ntohs(address.sin_port);
-        close(fd);
-        return port;
     }
 
     // Empty when the hosts answer; otherwise why they cannot be had here.
@@ -494,6 +495,115 @@ TEST_F(SshFarm, AChunkThatFailsTwiceIsNamedWithItsHost)
         EXPECT_TRUE(std::regex_search(r.err, std::regex(says))) << host << "\n" << r.err;
     }
     expectnoleftovers(before, "");
+}
+
+// A one-node Slurm of the test's own: slurmctld and slurmd in the
+// foreground on private ports with a configuration in a temporary folder,
+// no authentication (the test's own user only), no cgroups.
+class SlurmFarm : public Chunks {
+protected:
+    static void SetUpTestSuite()
+    {
+        Chunks::SetUpTestSuite();
+        s_slurm = new tempdir;
+        s_reason = start();
+    }
+    static void TearDownTestSuite()
+    {
+        for (pid_t* pid : {&s_slurmd, &s_slurmctld})
+            if (*pid > 0) {
+                kill(*pid, SIGTERM);
+                waitpid(*pid, nullptr, 0);
+                *pid = -1;
+            }
+        unsetenv("SLURM_CONF");
+        delete s_slurm;
+        Chunks::TearDownTestSuite();
+    }
+    void SetUp() override
+    {
+        Chunks::SetUp();
+        if (IsSkipped()) return;
+        if (!s_reason.empty()) GTEST_SKIP() << s_reason;
+    }
+
+    static pid_t daemon(const std::string& program, const std::vector<std::string>& arguments, const std::string& log)
+    {
+        const pid_t pid = fork();
+        if (pid == 0) {
+            if (!freopen(log.c_str(), "w", stderr) || !freopen("/dev/null", "w", stdout)) _exit(127);
+            std::vector<char*> argv{const_cast<char*>(program.c_str())};
+            for (const auto& arg : arguments) argv.push_back(const_cast<char*>(arg.c_str()));
+            argv.push_back(nullptr);
+            execv(program.c_str(), argv.data());
+            _exit(127);
+        }
+        return pid;
+    }
+
+    static std::string start()
+    {
+        const std::string ctld = "/usr/sbin/slurmctld", slurmd = "/usr/sbin/slurmd";
+        if (access(ctld.c_str(), X_OK) != 0 || access(slurmd.c_str(), X_OK) != 0 || !have("sbatch"))
+            return "slurm-wlm is not installed";
+        const std::string& d = s_slurm->path;
+        const std::string host = output("hostname -s | tr -d '\\n'");
+        const std::string user = output("id -un | tr -d '\\n'");
+        for (const char* folder : {"state", "spool"}) fs::create_directories(d + "/" + folder);
+        const std::string conf = s_slurm->write(
+            "slurm.conf",
+            "ClusterName=vexlortest\nSlurmctldHost=" + host + "(127.0.0.1)\nSlurmctldPort=" +
+                std::to_string(freeport()) + "\nSlurmdPort=" + std::to_string(freeport()) +
+                "\nSlurmUser=" + user + "\nSlurmdUser=" + user +
+                "\nAuthType=auth/none\nCredType=cred/none\nStateSaveLocation=" + d + "/state\nSlurmdSpoolDir=" + d +
+                "/spool\nSlurmctldPidFile=" + d + "/slurmctld.pid\nSlurmdPidFile=" + d +
+                "/slurmd.pid\nProctrackType=proctrack/pgid\nTaskPlugin=task/none\n"
+                "JobAcctGatherType=jobacct_gather/none\nAccountingStorageType=accounting_storage/none\n"
+                "SchedulerType=sched/builtin\nSelectType=select/cons_tres\nSelectTypeParameters=CR_CPU\n"
+                "ReturnToService=2\nMpiDefault=none\nSlurmctldLogFile=" + d + "/slurmctld.log\nSlurmdLogFile=" + d +
+                "/slurmd.log\nNodeName=" + host + " NodeAddr=127.0.0.1 CPUs=" + output("nproc | tr -d '\\n'") +
+                " State=UNKNOWN\nPartitionName=test Nodes=ALL Default=YES MaxTime=INFINITE State=UP\n");
+        setenv("SLURM_CONF", conf.c_str(), 1);
+        s_slurmctld = daemon(ctld, {"-D", "-i", "-f", conf}, d + "/slurmctld.err");
+        s_slurmd = daemon(slurmd, {"-D", "-f", conf}, d + "/slurmd.err");
+        // Until the node is idle, or the daemons give up.
+        for (int tries = 0; tries < 300; ++tries) {
+            for (pid_t* pid : {&s_slurmctld, &s_slurmd})
+                if (waitpid(*pid, nullptr, WNOHANG) == *pid) {
+                    *pid = -1;
+                    return "Slurm cannot start here: " + tempdir::read(d + "/slurmctld.err") +
+                           tempdir::read(d + "/slurmd.err");
+                }
+            if (output("sinfo -h -o %T 2>/dev/null").find("idle") == 0) return {};
+            std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        }
+        return "the Slurm node does not come up: " + tempdir::read(d + "/slurmd.log");
+    }
+
+    static tempdir* s_slurm;
+    static std::string s_reason;
+    static pid_t s_slurmctld;
+    static pid_t s_slurmd;
+};
+tempdir* SlurmFarm::s_slurm = nullptr;
+std::string SlurmFarm::s_reason;
+pid_t SlurmFarm::s_slurmctld = -1;
+pid_t SlurmFarm::s_slurmd = -1;
+
+TEST_F(SlurmFarm, TheJobArrayScriptRendersChunksAndJoinsThem)
+{
+    const std::set<std::string> before = names(s_dir->path);
+    const result_t r = run(*s_dir, "sbatch --array=1-3 --output=" + s_slurm->path + "/task-%a.log " SBATCH " " +
+                                       s_show + " slurm.mp4 " + k_format);
+    ASSERT_EQ(r.status, 0) << r.err;
+    // Until the queue is empty: the three chunks, then the join.
+    for (int tries = 0; tries < 3000 && !output("squeue -h 2>&1").empty(); ++tries)
+        std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    ASSERT_TRUE(output("squeue -h 2>&1").empty()) << "the jobs did not finish";
+    ASSERT_TRUE(fs::exists(s_dir->path + "/slurm.mp4"))
+        << tempdir::read(s_slurm->path + "/task-1.log") << tempdir::read(s_dir->path + "/slurm.mp4.chunks/join.log");
+    expectlikesingle("slurm.mp4");
+    expectnoleftovers(before, "slurm.mp4");
 }
 
 } // namespace
