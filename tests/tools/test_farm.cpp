@@ -330,6 +330,54 @@ TEST_F(Chunks, TheFarmRefusesWhatCannotWorkAndLeavesNothing)
     expectnoleftovers(before, "");
 }
 
+// Processes whose working folder lies under `prefix`.
+std::size_t workingunder(const std::string& prefix)
+{
+    std::size_t count = 0;
+    std::error_code ec;
+    for (const auto& entry : fs::directory_iterator("/proc", ec)) {
+        std::error_code gone;
+        const std::string cwd = fs::read_symlink(entry.path() / "cwd", gone).string();
+        if (!gone && cwd.compare(0, prefix.size(), prefix) == 0) ++count;
+    }
+    return count;
+}
+
+TEST_F(Chunks, StoppingTheFarmStopsItsChunksAndLeavesNothing)
+{
+    if (!have("parallel")) GTEST_SKIP() << "GNU parallel is not installed";
+    const std::set<std::string> before = names(s_dir->path);
+    const pid_t farm = fork();
+    if (farm == 0) {
+        if (chdir(s_dir->path.c_str()) != 0 || !freopen("/dev/null", "w", stderr)) _exit(127);
+        setenv("PATH", (std::string(BINDIR ":") + std::getenv("PATH")).c_str(), 1);
+        unsetenv("DISPLAY");
+        execlp("vexlor-farm", "vexlor-farm", s_show.c_str(), "-o", "stopped.mp4", "--chunks", "2", "--jobs", "2",
+               "--size", "160x90", "--fps", "10", "--to", "120", "--look", "night", "--motion-blur", "4", nullptr);
+        _exit(127);
+    }
+    // Once a chunk is being written: its partial file in the jobs' folder.
+    const std::string work = s_dir->path + "/.stopped.mp4.farm-";
+    bool writing = false;
+    for (int tries = 0; tries < 1200 && !writing; ++tries) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        std::error_code ec;
+        for (auto entry = fs::recursive_directory_iterator(s_dir->path, ec);
+             !ec && entry != fs::recursive_directory_iterator(); entry.increment(ec))
+            if (entry->path().filename().string().rfind(".chunk-", 0) == 0) writing = true;
+    }
+    ASSERT_TRUE(writing) << "no chunk was being written";
+    kill(farm, SIGTERM);
+    int status = 0;
+    ASSERT_EQ(waitpid(farm, &status, 0), farm);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 130) << status;
+    expectnoleftovers(before, "");
+    // Its renders end with it, and their ffmpegs after them.
+    for (int tries = 0; tries < 200 && workingunder(work) > 0; ++tries)
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    EXPECT_EQ(workingunder(work), 0u) << "processes left running in the farm's folder";
+}
+
 // A port nothing listens on just now, on the loopback address.
 int freeport()
 {
