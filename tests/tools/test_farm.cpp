@@ -645,7 +645,7 @@ TEST_F(SlurmFarm, TheJobArrayScriptRendersChunksAndJoinsThem)
                                        s_show + " slurm.mp4 " + k_format);
     ASSERT_EQ(r.status, 0) << r.err;
     // Until the queue is empty: the three chunks, then the join.
-    for (int tries = 0; tries < 3000 && !output("squeue -h 2>&1").empty(); ++tries)
+    for (int tries = 0; tries < 1200 && !output("squeue -h 2>&1").empty(); ++tries)
         std::this_thread::sleep_for(std::chrono::milliseconds(200));
     ASSERT_TRUE(output("squeue -h 2>&1").empty()) << "the jobs did not finish";
     ASSERT_TRUE(fs::exists(s_dir->path + "/slurm.mp4"))
