@@ -209,7 +209,7 @@ int render(const renderoptions_t& options, show_t scene, renderstats_t& stats)
         return fail(options.show + ": the show runs longer than " + std::to_string(int(k_longestrender)) +
                     " s; choose an end with --to");
     if (!bounded && span.frames == 0) return fail(options.show + ": nothing to draw from " + from + " s on");
-    if (outputkind(options.output) == outputkind_t::directory && span.frames > k_mostframefiles)
+    if (!options.soundonly && outputkind(options.output) == outputkind_t::directory && span.frames > k_mostframefiles)
         return fail(options.output + ": " + std::to_string(span.frames) + " frames; a directory holds at most " +
                     std::to_string(k_mostframefiles) + " (choose a lower --fps or a shorter span)");
     const chunkspan_t part = options.chunks > 0 ? chunkof(span.frames, options.chunk, options.chunks)
