@@ -85,18 +85,32 @@ class Recording:
             data = f.read()
         return struct.unpack(f"<{len(data) // 4}f", data[:len(data) // 4 * 4])
 
-    def onsets(self, rate=48000, block=0.01, ratio=6.0, floor=1e-4):
-        """Wall times at which a sound starts: a 10 ms block whose energy jumps
-        well above the loudest of the 50 ms before it."""
+    def frames(self):
+        """Stereo frames written so far."""
+        return os.path.getsize(self.path) // 8 if os.path.exists(self.path) else 0
+
+    def onset_frames(self, rate=48000, block=0.01, ratio=6.0, floor=1e-4):
+        """Frames at which a sound starts: a 10 ms block whose energy jumps
+        well above the loudest of the 50 ms before it, at least 0.3 s after
+        the one before."""
         values = self.samples()
         n = int(rate * block) * 2
         energy = [sum(v * v for v in values[i:i + n]) / n for i in range(0, len(values) - n + 1, n)]
         found = []
         for i, e in enumerate(energy):
             if e > floor and e > ratio * max(energy[max(0, i - 5):i], default=0.0):
-                t = next((t for t, size in self.sizes if size >= i * n * 4), None)
-                if t is not None and (not found or t - found[-1] > 0.3):
-                    found.append(t)
+                frame = i * n // 2
+                if not found or frame - found[-1] > 0.3 * rate:
+                    found.append(frame)
+        return found
+
+    def onsets(self, rate=48000, block=0.01, ratio=6.0, floor=1e-4):
+        """Wall times at which a sound starts (see onset_frames)."""
+        found = []
+        for frame in self.onset_frames(rate, block, ratio, floor):
+            t = next((t for t, size in self.sizes if size >= frame * 8), None)
+            if t is not None:
+                found.append(t)
         return found
 
 
