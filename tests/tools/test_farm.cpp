@@ -443,13 +443,19 @@ protected:
                              "/sshd.pid\nPasswordAuthentication no\nKbdInteractiveAuthentication no\n"
                              "PermitRootLogin prohibit-password\nUsePAM no\nStrictModes no\nLogLevel ERROR\n";
         for (const int port : ports) config += "ListenAddress 127.0.0.1:" + std::to_string(port) + "\n";
+        // sshd passes on no environment: a sanitizer's settings reach the
+        // renders the hosts run as they reach those run here.
+        std::string sanitizer;
+        for (const char* name : {"ASAN_OPTIONS", "LSAN_OPTIONS", "UBSAN_OPTIONS"})
+            if (const char* value = std::getenv(name))
+                sanitizer += std::string(name) + "='" + value + "' ";
         const char* hosts[] = {"hosta", "hostb", "hostc"};
         const std::string paths[] = {BINDIR ":/usr/bin:/bin", d + "/dying:" BINDIR ":/usr/bin:/bin", "/usr/bin:/bin"};
         std::string client;
         for (int i = 0; i < 3; ++i) {
             fs::create_directories(d + "/" + hosts[i]);
             config += std::string("Match LocalPort ") + std::to_string(ports[i]) + "\n  ForceCommand cd " + d + "/" +
-                      hosts[i] + " && PATH=" + paths[i] + " exec /bin/sh -c \"$SSH_ORIGINAL_COMMAND\"\n";
+                      hosts[i] + " && " + sanitizer + "PATH=" + paths[i] + " exec /bin/sh -c \"$SSH_ORIGINAL_COMMAND\"\n";
             client += std::string("Host ") + hosts[i] + "\n  Port " + std::to_string(ports[i]) + "\n";
         }
         client += "Host deadhost\n  Port " + std::to_string(s_deadport) + "\n";
