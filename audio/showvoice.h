@@ -27,12 +27,13 @@ class MyXAudio2;
 class showvoice_t {
 public:
     // Frames in one buffer handed to the voice, and how many are queued:
-    // about 21 ms each at 48 kHz, a quarter second ahead, so a feeder held
-    // up that long on a loaded machine leaves no gap in the sound (a gap
-    // would also hold the show's clock). A move drops what is queued and is
-    // heard after the one buffer playing.
+    // about 21 ms each at 48 kHz, half a second ahead, so a feeder held up
+    // that long on a loaded machine leaves no gap in the sound (a gap would
+    // also hold the show's clock; a quarter second was seen to run dry at a
+    // load of 11 on two cores). A move drops what is queued and is heard
+    // after the one buffer playing.
     static constexpr std::size_t k_frames = 1024;
-    static constexpr std::size_t k_queued = 12;
+    static constexpr std::size_t k_queued = 24;
 
     showvoice_t() = default;
     ~showvoice_t() { Destroy(); }

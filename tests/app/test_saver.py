@@ -269,21 +269,36 @@ class Saver(unittest.TestCase):
     def test_a_show_that_starts_late_and_pauses_plays_whole(self):
         # Its first shell at 5 s, the second 30 s later, each over 12.25 s
         # after its launch: both play, and nothing starts again in the dark.
+        # A silent track makes the device's frames the show's clock, so the
+        # sounds are placed exactly on the recording's samples.
         with tempfile.TemporaryDirectory() as tmp:
             show = os.path.join(tmp, "paused.vexlor.toml")
+            subprocess.run(["sox", "-n", "-r", "48000", "-c", "2", "-b", "16", os.path.join(tmp, "quiet.flac"),
+                            "trim", "0", "50"], check=True)
             with open(show, "w") as f:
                 f.write('[[shell]]\nkind = "susuki"\ntime = 5\n\n'
-                        '[[shell]]\nkind = "susuki"\ntime = 35\nposition = [30, 0, 0]\n')
+                        '[[shell]]\nkind = "susuki"\ntime = 35\nposition = [30, 0, 0]\n\n'
+                        '[music]\nfile = "quiet.flac"\n')
             with Program(BIN, ["--root", "--show", show, "--sound"]) as p:
                 start = wait_sound(p, timeout=25)
                 self.assertIsNotNone(start, p.stderr())
-                sleep_until(start + 33.5)
-                self.assertGreater(p.screenshot().count_brighter(BRIGHT), 200, "the second shell did not burst")
-                onsets = p.recording.onsets()
-                relative = [round(t - onsets[0], 2) for t in onsets]
+                # The show runs at the device's pace: its second burst (32 s
+                # after the first launch) is looked for from a second on, as
+                # the recording's own frames count, until a loaded machine
+                # has drawn it.
+                launched = p.recording.onset_frames()[0]
+                deadline = time.monotonic() + 60.0
+                while p.recording.frames() < launched + 33.0 * 48000 and time.monotonic() < deadline:
+                    time.sleep(0.05)
+                deadline = time.monotonic() + 5.0
+                while (sparks := p.screenshot().count_brighter(BRIGHT)) <= 200 and time.monotonic() < deadline:
+                    pass
+                self.assertGreater(sparks, 200, "the second shell did not burst")
+                frames = p.recording.onset_frames()
+                relative = [round((f - frames[0]) / 48000, 3) for f in frames]
                 self.assertEqual(len(relative), 4, f"sounds at {relative}")
                 for got, want in zip(relative, [0.0, 2.0, 30.0, 32.0]):
-                    self.assertAlmostEqual(got, want, delta=0.25, msg=f"sounds at {relative}")
+                    self.assertAlmostEqual(got, want, delta=0.011, msg=f"sounds at {relative}")
                 ends_promptly(self, p, signal.SIGTERM)
 
     def test_bad_windows_displays_and_options(self):
