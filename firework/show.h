@@ -70,6 +70,7 @@ struct show_t {
     std::vector<entrynote_t> entries;
     std::string sourcefile;          // the show file the entries are in
     viewpoint_t camera;
+    std::vector<std::string> scenefiles; // read for it, as the show file names them (resolved)
 };
 
 // The note of shell `i`: the classic one when the show keeps none.

@@ -446,6 +446,7 @@ public:
             return false;
         }
         build(entries, show);
+        for (const auto& scene : m_scenes) show.scenefiles.push_back(scene.first);
         show.music = std::move(music);
         placecamera(show, hascamera ? &camera : nullptr);
         show.look = look;

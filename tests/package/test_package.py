@@ -176,6 +176,7 @@ class Deb(unittest.TestCase):
         for program, section, _ in manpages():
             want |= {f"/usr/bin/{program}", f"/usr/share/man/man{section}/{program}.{section}.gz"}
         want |= {f"/usr/share/vexlor/shows/{rel}" for rel in gallery()}
+        want |= {"/usr/share/vexlor/slurm/vexlor-render.sbatch"}
         want |= {"/usr/libexec/xscreensaver/vexlor", "/usr/share/xscreensaver/config/vexlor.xml"}
         self.assertEqual(want - paths, set(), "missing from the package")
         self.assertEqual({p for p in paths if not p.startswith("/usr/")}, set(), "outside /usr")
@@ -186,6 +187,9 @@ class Deb(unittest.TestCase):
         self.assertIsNotNone(depends, fields)
         for library in ("libglfw3", "libfaudio0", "libepoxy0", "libc6"):
             self.assertIn(library, depends[1], "dependencies not computed from the programs")
+        # What vexlor-render and vexlor-farm run as programs.
+        for program in ("ffmpeg", "parallel"):
+            self.assertRegex(depends[1], rf"(^|, ){program}(,|$| )", "vexlor-farm's programs")
         self.assertRegex(fields, r"(?m)^Description: \S.*\n( \S.*\n)+")
         with open(os.path.join(SOURCE, "dist", "changelog")) as f:
             latest = re.match(r"vexlor \(([^)]+)\)", f.readline())
