@@ -91,6 +91,7 @@ int runsaver(const saveroptions_t& options, const char* argv0)
     glload::keepdriverloaded();
     // The log is out; a screensaver without its shaders would be a blank window.
     if (!built) return 1;
+    frame.SetView(runner.show().camera);
     // The command line's look over the show's, at the window's cost.
     const look_t look = chooselook(runner.show().look, options.look);
     frame.SetLook(look, k_windowcost);
@@ -101,7 +102,7 @@ int runsaver(const saveroptions_t& options, const char* argv0)
     // With sound, a show's music plays too, and the show follows it.
     showsound_t sound;
     if (wave) {
-        sound.Init(wave.get(), soundpath);
+        sound.Init(wave.get(), soundpath, argv0);
         runner.setaudio(&sound);
     }
     runner.start(basekit::monotonicmicros());

@@ -46,7 +46,7 @@ bool ViewWindow::loadsound()
         std::cerr << "wave load failed." << std::endl;
         return false;
     }
-    m_state.sound.Init(m_state.wave.get(), path);
+    m_state.sound.Init(m_state.wave.get(), path, m_argv[0]);
     return true;
 }
 
@@ -84,6 +84,7 @@ void ViewWindow::pollload()
         quit(1);
         return;
     }
+    m_state.frame.SetView(runner.show().camera);
     m_state.frame.Reshape(m_state.frame.width(), m_state.frame.height());
     // The command line's look over the show's, at the window's cost.
     const look_t look = chooselook(runner.show().look, m_state.options.look);

@@ -115,12 +115,22 @@ void showvoice_t::Destroy()
 
 void showvoice_t::setsounds(const clip_t* clip, const std::vector<double>& times)
 {
+    std::vector<timedclip_t> sounds;
+    sounds.reserve(times.size());
+    for (double time : times)
+        sounds.push_back({time, clip});
+    setsounds(sounds);
+}
+
+void showvoice_t::setsounds(const std::vector<timedclip_t>& sounds)
+{
     std::lock_guard<std::mutex> hold(m_lock);
     m_mix.clear();
-    if (clip == nullptr || m_rate == 0)
+    if (m_rate == 0)
         return;
-    for (double time : times)
-        m_mix.add(*clip, std::llround(time * m_rate));
+    for (const timedclip_t& sound : sounds)
+        if (sound.clip != nullptr)
+            m_mix.add(*sound.clip, std::llround(sound.time * m_rate));
 }
 
 void showvoice_t::topup()

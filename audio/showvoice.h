@@ -55,6 +55,12 @@ public:
     // `clip` (at rate()) mixed in from each of `times`, in show seconds; the
     // clip must live as long as the voice or the next call.
     void setsounds(const clip_t* clip, const std::vector<double>& times);
+    // Each of several clips at its own show time.
+    struct timedclip_t {
+        double time = 0.0;
+        const clip_t* clip = nullptr;
+    };
+    void setsounds(const std::vector<timedclip_t>& sounds);
 
     // The show's clock moved to `showtime`: what is queued from the old place
     // is dropped and the voice plays on from there, or, paused, stays silent.

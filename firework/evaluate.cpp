@@ -5,6 +5,7 @@
 #include "firework/evaluate.h"
 
 #include "firework/ballistic.h"
+#include "firework/effect.h"
 #include "firework/filmcolor.h"
 
 #include <algorithm>
@@ -47,23 +48,143 @@ std::size_t skipdark(const starlimits_t& limits, std::size_t stages, float& r, f
 
 // Where a star's walk puts what it finds: the points themselves, or only how
 // many there are (positions are then never computed; the walk is the same).
+// A `steady` sink counts a strobe or crackle while it burns, dark or lit
+// (every crackle flash at once); tails are left out of one without `tails`.
 struct pointsink_t {
     static constexpr bool positions = true;
+    static constexpr bool steady = false;
+    static constexpr bool tails = true;
     std::vector<primitive_t>& points;
     void add(const primitive_t& point) { points.push_back(point); }
 };
 
 struct countsink_t {
-    static constexpr bool positions = false;
+    static constexpr bool positions = false; // so no tails either
+    static constexpr bool steady = true;
     std::size_t count = 0;
     void add(const primitive_t&) { ++count; }
 };
 
+// Where a star's stages reach, for measuring a break.
+struct headsink_t {
+    static constexpr bool positions = true;
+    static constexpr bool steady = true;
+    static constexpr bool tails = false;
+    std::vector<primitive_t>& points;
+    void add(const primitive_t& point) { points.push_back(point); }
+};
+
+// The sum of a stage's film durations, as the film walk reaches it.
+float filmspan(const std::vector<film_t>& films)
+{
+    float total = 0.0f;
+    for (const film_t& film : films)
+        total += film.duration;
+    return total;
+}
+
+// One stage with effects, started at `from` with velocity W, `s` seconds
+// on: its star (or crackle) and its tail, in the colour its films give.
+template <typename Sink>
+void drawstage(const powder_t& powder, const stageeffect_t& effect, std::uint32_t seed,
+               const geokit::position3_t& from, const geokit::direction3_t& W, float s, Sink& out)
+{
+    geokit::color3a_t color;
+    if (!filmcolor(powder.films, s, color))
+        return;
+    if (!Sink::steady && !strobelit(effect, seed, s))
+        return;
+    if constexpr (!Sink::positions) {
+        out.add({});
+        return;
+    } else {
+        const geokit::position3_t at = flightpoint(effect.motion, from, W, s, powder.drag);
+        if (effect.crackle > 0) {
+            const float films = filmspan(powder.films);
+            for (std::uint32_t j = 0; j < effect.crackle; ++j) {
+                const float start = crackletime(effect, seed, j, films);
+                if (!Sink::steady && (s < start || s > start + effect.flash))
+                    continue;
+                const geokit::direction3_t off = crackleoffset(effect, seed, j);
+                out.add({{at.x + off.x, at.y + off.y, at.z + off.z}, powder.size, color});
+            }
+            return;
+        }
+        out.add({at, powder.size, color});
+        if constexpr (!Sink::tails)
+            return;
+        // The tail: the star's own path a little earlier, dimmer and smaller
+        // the further back.
+        const geokit::color3a_t& tint = effect.tailcolor.a > 0.0f ? effect.tailcolor : color;
+        const float steps = static_cast<float>(effect.tail) + 1.0f;
+        for (std::uint16_t k = 1; k <= effect.tail; ++k) {
+            const float back = s - static_cast<float>(k) * effect.tailgap;
+            if (back < 0.0f)
+                break;
+            const float fade = 1.0f - static_cast<float>(k) / steps;
+            const float size = powder.size * effect.tailsize * (1.0f - 0.5f * static_cast<float>(k) / steps);
+            out.add({flightpoint(effect.motion, from, W, back, powder.drag), size,
+                     {tint.r * fade, tint.g * fade, tint.b * fade, tint.a}});
+        }
+    }
+}
+
+// A star with effects: few stages, walked in full. Carriers and classic
+// delayed stages keep their meaning; a split stage starts from the last
+// carrier's state at its own time since the burst.
+template <typename Sink>
+void evaluateeffects(const fire_t& fire, const stareffect_t& effects, const geokit::position3_t& B,
+                     const primitive_t& shell, float b, Sink& out)
+{
+    static const stageeffect_t plain{};
+    const geokit::direction3_t V{fire.speed * fire.direction.x, fire.speed * fire.direction.y,
+                                 fire.speed * fire.direction.z};
+    float r = b;    // time left after the delays used so far
+    float a = 0.0f; // delays used so far
+    float c = 1.0f; // drag of the last carrier
+    motion_t law = motion_t::classic; // and how it flies
+    for (std::size_t i = 0; i < fire.powders.size(); ++i) {
+        const powder_t& powder = fire.powders[i];
+        const stageeffect_t& effect = i < effects.stages.size() ? effects.stages[i] : plain;
+        const std::uint32_t seed = starseed(fire, i);
+        if (effect.split) {
+            const float s = b - powder.delay;
+            if (!(s >= 0.0f))
+                continue;
+            geokit::direction3_t W = flightvelocity(law, V, powder.delay, c);
+            W = {W.x + effect.kick.x, W.y + effect.kick.y, W.z + effect.kick.z};
+            drawstage(powder, effect, seed, flightpoint(law, B, V, powder.delay, c), W, s, out);
+            continue;
+        }
+        if (powder.delay == 0.0f) {
+            if (powder.films.empty()) {
+                out.add(shell);
+                return;
+            }
+            c = powder.drag;
+            law = effect.motion;
+            drawstage(powder, effect, seed, B, V, b, out);
+            continue;
+        }
+        if (powder.delay > r)
+            continue;
+        a += powder.delay;
+        r -= powder.delay;
+        drawstage(powder, effect, seed, flightpoint(law, B, V, a, c), V, r, out);
+    }
+}
+
 // One star after the burst: b seconds since the burst at burst point B.
 template <typename Sink>
 void evaluatestar(const fire_t& fire, const starlimits_t& limits, const geokit::position3_t& B,
-                  const primitive_t& shell, float b, Sink& out)
+                  const primitive_t& shell, float b, Sink& out, const effecttable_t* effects)
 {
+    if (limits.special) {
+        if (const stareffect_t* found = effectof(effects, fire.effect)) {
+            evaluateeffects(fire, *found, B, shell, b, out);
+            return;
+        }
+    }
     const geokit::direction3_t V{fire.speed * fire.direction.x, fire.speed * fire.direction.y,
                                  fire.speed * fire.direction.z};
     float r = b;    // time left after the delays used so far
@@ -140,6 +261,7 @@ namespace {
 // What the evaluation reads of a scene: each firework holds its own stars.
 struct scenesource_t {
     std::vector<firework_t>& scene;
+    const effecttable_t* effects() const { return nullptr; }
     std::size_t size() const { return scene.size(); }
     firework_t& shell(std::size_t i) const { return scene[i]; }
     const std::vector<fire_t>& fires(std::size_t i) const { return scene[i].fires; }
@@ -149,6 +271,7 @@ struct scenesource_t {
 // And of a show: the stars are its shell's design.
 struct showsource_t {
     show_t& show;
+    const effecttable_t* effects() const { return &show.effects; }
     std::size_t size() const { return show.shells.size(); }
     firework_t& shell(std::size_t i) const { return show.shells[i]; }
     const std::vector<fire_t>& fires(std::size_t i) const { return show.designs[show.design[i]]; }
@@ -159,14 +282,14 @@ constexpr std::size_t partsperthread = 4;
 
 } // namespace
 
-void evaluator_t::addlimits(const std::vector<fire_t>& fires)
+void evaluator_t::addlimits(const std::vector<fire_t>& fires, const effecttable_t* effects)
 {
     shelllimits_t limits;
     limits.firststar = m_stars.size();
     limits.stars = fires.size();
     limits.burnout = -std::numeric_limits<double>::infinity();
     for (const fire_t& fire : fires) {
-        m_stars.push_back(starlimits(fire));
+        m_stars.push_back(starlimits(fire, effectof(effects, fire.effect)));
         limits.burnout = std::max(limits.burnout, m_stars.back().burnout);
     }
     m_limits.push_back(limits);
@@ -182,8 +305,9 @@ void evaluator_t::prepare(const std::vector<firework_t>& scene)
     m_limits.reserve(scene.size());
     m_stars.reserve(stars);
     for (const firework_t& firework : scene)
-        addlimits(firework.fires);
+        addlimits(firework.fires, nullptr);
     m_show = false;
+    m_effects = 0;
 }
 
 void evaluator_t::prepare(const show_t& show)
@@ -196,8 +320,9 @@ void evaluator_t::prepare(const show_t& show)
     m_limits.reserve(show.designs.size());
     m_stars.reserve(stars);
     for (const std::vector<fire_t>& fires : show.designs)
-        addlimits(fires);
+        addlimits(fires, &show.effects);
     m_show = true;
+    m_effects = show.effects.size();
 }
 
 namespace {
@@ -207,7 +332,7 @@ template <typename Limits> bool samecounts(const std::vector<fire_t>& fires, con
     if (fires.size() != limits.stars)
         return false;
     for (std::size_t k = 0; k < fires.size(); ++k)
-        if (fires[k].powders.size() != star[k].powders)
+        if (fires[k].powders.size() != star[k].powders || fires[k].effect != star[k].effect)
             return false;
     return true;
 }
@@ -226,7 +351,7 @@ bool evaluator_t::matches(const std::vector<firework_t>& scene) const
 
 bool evaluator_t::matches(const show_t& show) const
 {
-    if (!m_show || show.designs.size() != m_limits.size())
+    if (!m_show || show.designs.size() != m_limits.size() || show.effects.size() != m_effects)
         return false;
     for (std::size_t i = 0; i < show.designs.size(); ++i)
         if (!samecounts(show.designs[i], m_limits[i], m_stars.data() + m_limits[i].firststar))
@@ -285,11 +410,12 @@ void evaluator_t::fill(const Source& source, float t, std::size_t begin, std::si
         const geokit::position3_t B =
             ballistic(firework.position, firework.velocity, firework.fuse, firework.drag);
         const std::vector<fire_t>& fires = source.fires(index);
+        const effecttable_t* effects = source.effects();
         for (std::size_t k = 0; k < fires.size(); ++k) {
             const starlimits_t& star = m_stars[limits.firststar + k];
             if (static_cast<double>(b) > star.burnout)
                 continue;
-            evaluatestar(fires[k], star, B, shell, b, sink);
+            evaluatestar(fires[k], star, B, shell, b, sink, effects);
         }
     }
 }
@@ -397,11 +523,30 @@ void evaluator_t::points(const show_t& show, float t, std::vector<primitive_t>& 
     run(source, t, points, nullptr);
 }
 
-bool starshows(const fire_t& fire, const starlimits_t& limits, float b)
+bool starshows(const fire_t& fire, const starlimits_t& limits, float b, const effecttable_t* effects)
 {
     countsink_t count;
-    evaluatestar(fire, limits, {}, primitive_t{}, b, count);
+    evaluatestar(fire, limits, {}, primitive_t{}, b, count, effects);
     return count.count > 0;
+}
+
+void starpoints(const fire_t& fire, const effecttable_t* effects, const geokit::position3_t& B, float b,
+                std::vector<primitive_t>& points, bool heads)
+{
+    const std::size_t before = points.size();
+    // A stage that keeps the shell gives this point, which is then dropped.
+    const primitive_t none{{0.0f, 0.0f, 0.0f}, -1.0f, {}};
+    const starlimits_t limits = starlimits(fire, effectof(effects, fire.effect));
+    if (heads) {
+        headsink_t sink{points};
+        evaluatestar(fire, limits, B, none, b, sink, effects);
+    } else {
+        pointsink_t sink{points};
+        evaluatestar(fire, limits, B, none, b, sink, effects);
+    }
+    points.erase(std::remove_if(points.begin() + static_cast<std::ptrdiff_t>(before), points.end(),
+                                [](const primitive_t& p) { return p.pointsize == -1.0f; }),
+                 points.end());
 }
 
 } // namespace vexlor

@@ -6,6 +6,7 @@
 #include "firework/firework.h"
 #include "firework/primitive.h"
 #include "firework/show.h"
+#include "firework/soundcue.h"
 #include "firework/starlimits.h"
 #include "utils/workerpool.h"
 
@@ -15,8 +16,6 @@
 #include <vector>
 
 namespace vexlor {
-
-enum class sound_t { launch, burst };
 
 // Called with the firework's index in the scene and what happened to it.
 using soundfunc_t = std::function<void(std::size_t firework, sound_t what)>;
@@ -79,7 +78,7 @@ private:
         std::vector<primitive_t> points;
     };
 
-    void addlimits(const std::vector<fire_t>& fires);
+    void addlimits(const std::vector<fire_t>& fires, const effecttable_t* effects);
     bool matches(const std::vector<firework_t>& scene) const;
     bool matches(const show_t& show) const;
     template <typename Source> void run(Source& source, float t, std::vector<primitive_t>& points,
@@ -91,6 +90,7 @@ private:
     std::vector<shelllimits_t> m_limits; // per shell of a scene, per design of a show
     std::vector<starlimits_t> m_stars;
     bool m_show = false; // the limits are per design
+    std::size_t m_effects = 0; // the show's star effects when they were derived
 
     basekit::workerpool_t m_pool;
     std::vector<part_t> m_parts;
@@ -102,7 +102,16 @@ private:
 };
 
 // Whether a star gives any point b seconds after its burst, by the same walk
-// as the evaluation (positions aside): what the show's end is found with.
-bool starshows(const fire_t& fire, const starlimits_t& limits, float b);
+// as the evaluation (positions aside): what the show's end is found with. A
+// strobing or crackling stage counts while it burns, dark or lit, so that no
+// end falls between two flashes.
+bool starshows(const fire_t& fire, const starlimits_t& limits, float b, const effecttable_t* effects = nullptr);
+
+// Appends the points of one star b seconds after a burst at B, as a frame
+// draws them (a shell point for a stage that keeps the shell is left out);
+// with `heads`, only where its stages reach: no tails, a strobe lit and
+// every crackle flash at once.
+void starpoints(const fire_t& fire, const effecttable_t* effects, const geokit::position3_t& B, float b,
+                std::vector<primitive_t>& points, bool heads = false);
 
 } // namespace vexlor

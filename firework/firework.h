@@ -5,6 +5,8 @@
 
 #include "geometry/geokit.h"
 
+#include <cstdint>
+
 #include <vector>
 
 namespace vexlor {
@@ -26,10 +28,13 @@ struct powder_t {
 };
 
 // One star: its burst velocity is speed times direction (not normalised).
+// `effect` names the star's effects in its show's table (firework/effect.h),
+// 1 for the first; 0, as every scene file's star, is a plain one.
 struct fire_t {
     geokit::direction3_t direction{};
     float speed = 0.0f;
     std::vector<powder_t> powders;
+    std::uint32_t effect = 0;
 };
 
 // One shell, launched at `time` and bursting `fuse` seconds later.

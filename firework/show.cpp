@@ -35,6 +35,7 @@ std::uint64_t hashfires(const std::vector<fire_t>& fires)
     for (const fire_t& fire : fires) {
         h.value(fire.direction);
         h.value(fire.speed);
+        h.value(fire.effect);
         h.value(fire.powders.size());
         for (const powder_t& powder : fire.powders) {
             h.value(powder.delay);
@@ -62,7 +63,8 @@ bool samefires(const std::vector<fire_t>& a, const std::vector<fire_t>& b)
     for (std::size_t i = 0; i < a.size(); ++i) {
         const fire_t& x = a[i];
         const fire_t& y = b[i];
-        if (!samebits(x.direction, y.direction) || !samebits(x.speed, y.speed) || x.powders.size() != y.powders.size())
+        if (!samebits(x.direction, y.direction) || !samebits(x.speed, y.speed) || x.effect != y.effect
+            || x.powders.size() != y.powders.size())
             return false;
         for (std::size_t k = 0; k < x.powders.size(); ++k) {
             const powder_t& p = x.powders[k];
@@ -74,6 +76,27 @@ bool samefires(const std::vector<fire_t>& a, const std::vector<fire_t>& b)
         }
     }
     return true;
+}
+
+std::uint64_t hasheffect(const stareffect_t& effect)
+{
+    hasher_t h;
+    h.value(effect.stages.size());
+    for (const stageeffect_t& stage : effect.stages) {
+        h.value(stage.motion);
+        h.value(stage.split);
+        h.value(stage.kick);
+        h.value(stage.tail);
+        h.value(stage.tailgap);
+        h.value(stage.tailsize);
+        h.value(stage.tailcolor);
+        h.value(stage.strobe);
+        h.value(stage.duty);
+        h.value(stage.crackle);
+        h.value(stage.flash);
+        h.value(stage.spread);
+    }
+    return h.hash();
 }
 
 template <typename T> std::size_t vectorbytes(const std::vector<T>& v)
@@ -93,6 +116,19 @@ std::size_t designindex_t::add(show_t& show, std::vector<fire_t>&& fires)
     show.designs.push_back(std::move(fires));
     m_byhash.emplace(hash, show.designs.size() - 1);
     return show.designs.size() - 1;
+}
+
+std::uint32_t effectindex_t::add(show_t& show, stareffect_t&& effect)
+{
+    const std::uint64_t hash = hasheffect(effect);
+    const auto range = m_byhash.equal_range(hash);
+    for (auto it = range.first; it != range.second; ++it)
+        if (sameeffect(show.effects[it->second - 1], effect))
+            return it->second;
+    show.effects.push_back(std::move(effect));
+    const auto number = static_cast<std::uint32_t>(show.effects.size());
+    m_byhash.emplace(hash, number);
+    return number;
 }
 
 void addshell(show_t& show, designindex_t& index, firework_t&& shell)
@@ -133,8 +169,32 @@ std::vector<firework_t> expand(const show_t& show)
 
 void liftlaunchsites(show_t& show)
 {
-    constexpr float k_lift = 1000.0f;
-    for (firework_t& shell : show.shells) shell.position.z += k_lift;
+    for (firework_t& shell : show.shells) shell.position.z += launchlift;
+    // The camera with them, so that distances stay as they were.
+    show.camera.position.z += launchlift;
+    show.camera.target.z += launchlift;
+}
+
+bool expandable(const show_t& show, std::size_t shell, std::string& reason)
+{
+    for (const fire_t& fire : show.designs[show.design[shell]]) {
+        const stareffect_t* effect = effectof(&show.effects, fire.effect);
+        if (effect == nullptr)
+            continue;
+        for (const stageeffect_t& stage : effect->stages) {
+            const char* why = stage.split        ? "stars that split"
+                            : stage.tail > 0     ? "stars with tails"
+                            : stage.strobe > 0   ? "strobing stars"
+                            : stage.crackle > 0  ? "crackling stars"
+                            : stage.motion == motion_t::air ? "stars that fly under air drag"
+                                                            : nullptr;
+            if (why != nullptr) {
+                reason = std::string("a scene file cannot hold ") + why;
+                return false;
+            }
+        }
+    }
+    return true;
 }
 
 const shellorigin_t* originof(const show_t& show, std::size_t shell)
@@ -147,7 +207,10 @@ const shellorigin_t* originof(const show_t& show, std::size_t shell)
 std::size_t showbytes(const show_t& show)
 {
     std::size_t bytes = vectorbytes(show.designs) + vectorbytes(show.shells) + vectorbytes(show.design)
-                      + vectorbytes(show.origins) + vectorbytes(show.origin);
+                      + vectorbytes(show.origins) + vectorbytes(show.origin)
+                      + vectorbytes(show.effects) + vectorbytes(show.notes) + vectorbytes(show.entries);
+    for (const stareffect_t& effect : show.effects)
+        bytes += vectorbytes(effect.stages);
     for (const std::vector<fire_t>& fires : show.designs) {
         bytes += vectorbytes(fires);
         for (const fire_t& fire : fires) {

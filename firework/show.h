@@ -4,8 +4,11 @@
 // expanding gives back the plain scene, shell by shell in the same order.
 #pragma once
 
+#include "firework/effect.h"
 #include "firework/firework.h"
 #include "firework/look.h"
+#include "firework/soundcue.h"
+#include "firework/viewpoint.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -51,6 +54,34 @@ struct shellorigin_t {
     std::size_t count = 1;
 };
 
+// The [[shell]] table of a show file that shells were made from, as
+// vexlor-scene info and the refusals of expand name it.
+struct entrynote_t {
+    std::string kind;
+    double calibre = 0.0; // millimetres; 0 for the kinds that have none
+    std::string style;    // "ball" or "cylinder", or empty
+    std::size_t line = 0;
+    std::size_t column = 0;
+};
+
+// What part of its entry a shell is: the whole of it, a later break of a
+// multibreak, the rising tail that leads a palm up, or one shot of a cake.
+enum class part_t : std::uint8_t { whole, laterbreak, risingtail, shot };
+
+inline constexpr std::uint32_t noentry = 0xffffffffu;
+
+// Per shell: its entry, and which clips its launch and burst sound (the
+// classic burst sound for both unless told otherwise); `crackle`, when not
+// negative, is how long after the burst its stars' crackle sounds.
+struct shellnote_t {
+    std::uint32_t entry = noentry;
+    part_t part = part_t::whole;
+    std::uint16_t index = 0; // the break or shot, from 0
+    soundclip_t launch = soundclip_t::burst;
+    soundclip_t burst = soundclip_t::burst;
+    float crackle = -1.0f;
+};
+
 struct show_t {
     music_t music;
     look_t look; // as the show file asks; the plain look when it does not
@@ -60,10 +91,25 @@ struct show_t {
     std::vector<shellorigin_t> origins;
     std::vector<std::uint32_t> origin; // per shell, an index into origins (may be empty)
     std::vector<std::string> files;    // read for it: the show or scene file, included scene files
+    effecttable_t effects;           // what fire_t::effect names
+    std::vector<shellnote_t> notes;  // per shell; empty: every shell a classic one
+    std::vector<entrynote_t> entries;
+    std::string sourcefile;          // the show file the entries are in
+    viewpoint_t camera;
+    std::vector<std::string> scenefiles; // read for it, as the show file names them (resolved)
 };
 
 // The origin of shell `shell`, or null when the show keeps none.
 const shellorigin_t* originof(const show_t& show, std::size_t shell);
+
+// The note of shell `i`: the classic one when the show keeps none.
+inline shellnote_t noteof(const show_t& show, std::size_t i)
+{
+    return show.notes.empty() ? shellnote_t{} : show.notes[i];
+}
+
+// The height launch sites are lifted to, where the described camera looks.
+inline constexpr float launchlift = 1000.0f;
 
 // Finds identical star lists while a show is built, by content (bit for bit,
 // so that shared shells draw exactly what their own copies would).
@@ -74,6 +120,16 @@ public:
 
 private:
     std::unordered_multimap<std::uint64_t, std::size_t> m_byhash;
+};
+
+// Finds identical star effects as designs are built: the number that names
+// one in show.effects (1 for the first), added when new.
+class effectindex_t {
+public:
+    std::uint32_t add(show_t& show, stareffect_t&& effect);
+
+private:
+    std::unordered_multimap<std::uint64_t, std::uint32_t> m_byhash;
 };
 
 // Appends one shell: `shell`'s header with the design of its fires.
@@ -89,15 +145,22 @@ std::vector<firework_t> expand(const show_t& show);
 // One shell of the expansion.
 firework_t expandshell(const show_t& show, std::size_t shell);
 
-// Every launch site lifted to where the drawing camera looks: done once, by
-// the show runner that every drawing program uses, before the first frame.
+// Every launch site (and a placed camera) lifted to where the drawing camera
+// looks: done once, by the show runner that every drawing program uses,
+// before the first frame.
 void liftlaunchsites(show_t& show);
+
+// Whether shell `shell` can be written to a scene file as it is: false, with
+// why in `reason`, for a shell whose stars have effects a scene file cannot
+// hold.
+bool expandable(const show_t& show, std::size_t shell, std::string& reason);
 
 // Bytes held by the show's vectors (capacities), for measurements.
 std::size_t showbytes(const show_t& show);
 
 // Writes the show as a scene file, shell by shell without expanding it in
 // memory. False when the file cannot be opened or written; errno tells why.
+// Effects a scene file cannot hold are left out: check expandable() first.
 bool save(const char* path, const show_t& show);
 
 } // namespace vexlor

@@ -7,6 +7,7 @@
 
 #include "firework/evaluate.h"
 #include "firework/show.h"
+#include "firework/soundcue.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -18,10 +19,10 @@ class showaudio_t {
 public:
     virtual ~showaudio_t() = default;
 
-    // The show to sound: its music, and the times of every launch and burst
-    // (in order), for a sound side that mixes them into the music ahead of
-    // time. Called when a show is loaded or replaced.
-    virtual void load(const music_t& music, const std::vector<double>& soundtimes) = 0;
+    // The show to sound: its music, and every sound's time and clip (in
+    // order), for a sound side that mixes them into the music ahead of time.
+    // Called when a show is loaded or replaced.
+    virtual void load(const music_t& music, const std::vector<soundcue_t>& cues) = 0;
 
     // The show's clock moved (start, restart, a step, a seek, the end of a
     // pause): sound on from show time `showtime`.
@@ -34,9 +35,9 @@ public:
     // no such clock (no music, or no device): the monotonic clock serves.
     virtual bool clock(std::int64_t now, double& showtime) = 0;
 
-    // A launch or burst that a frame's evaluation asks for (shell index in
-    // the show). A sound side that mixed it ahead does nothing here.
-    virtual void sound(std::size_t shell, sound_t what) = 0;
+    // A sound that a frame asks for (shell index in the show, what happened
+    // and its clip). A sound side that mixed it ahead does nothing here.
+    virtual void sound(const soundhit_t& hit) = 0;
 };
 
 } // namespace vexlor

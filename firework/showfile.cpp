@@ -7,7 +7,11 @@
 #include "firework/showfile.h"
 
 #include "firework/builtin.h"
+#include "firework/calibre.h"
+#include "firework/effectmaker.h"
+#include "firework/framing.h"
 #include "firework/lookfile.h"
+#include "firework/namedcolor.h"
 #include "firework/sample.h"
 #include "firework/showbeats.h"
 #include "firework/showtiming.h"
@@ -158,7 +162,10 @@ bool tomlblank(char32_t c)
 
 // ---- The kinds and the keys they take
 
-enum class kind_t { single, simple, blink, susuki, random, miniexhibition, scene };
+enum class kind_t {
+    single, simple, blink, susuki, random, miniexhibition, scene,
+    peony, chrysanthemum, dahlia, willow, palm, ring, crossette, strobe, crackle, multibreak, comet, mine, cake,
+};
 
 struct kindinfo_t {
     kind_t kind;
@@ -168,7 +175,10 @@ struct kindinfo_t {
 const kindinfo_t kinds[] = {
     {kind_t::single, "single"}, {kind_t::simple, "simple"}, {kind_t::blink, "blink"},
     {kind_t::susuki, "susuki"}, {kind_t::random, "random"}, {kind_t::miniexhibition, "miniexhibition"},
-    {kind_t::scene, "scene"},
+    {kind_t::scene, "scene"}, {kind_t::peony, "peony"}, {kind_t::chrysanthemum, "chrysanthemum"},
+    {kind_t::dahlia, "dahlia"}, {kind_t::willow, "willow"}, {kind_t::palm, "palm"}, {kind_t::ring, "ring"},
+    {kind_t::crossette, "crossette"}, {kind_t::strobe, "strobe"}, {kind_t::crackle, "crackle"},
+    {kind_t::multibreak, "multibreak"}, {kind_t::comet, "comet"}, {kind_t::mine, "mine"}, {kind_t::cake, "cake"},
 };
 
 using kindset_t = unsigned;
@@ -183,17 +193,35 @@ constexpr kindset_t everykind = ~0u;
 // One shell the makers build, as opposed to a show or a scene placed whole.
 constexpr kindset_t oneshell =
     kindbit(kind_t::single) | kindbit(kind_t::simple) | kindbit(kind_t::blink) | kindbit(kind_t::susuki);
-// A show or a scene placed whole: it goes up at a time, its shells break at theirs.
-constexpr kindset_t placedwhole = everykind & ~oneshell;
+// One break in the air, sized by its calibre.
+constexpr kindset_t breaks = kindbit(kind_t::peony) | kindbit(kind_t::chrysanthemum) | kindbit(kind_t::dahlia)
+                           | kindbit(kind_t::willow) | kindbit(kind_t::palm) | kindbit(kind_t::ring)
+                           | kindbit(kind_t::crossette) | kindbit(kind_t::strobe) | kindbit(kind_t::crackle);
+// Every kind sized by a calibre.
+constexpr kindset_t realkinds =
+    breaks | kindbit(kind_t::multibreak) | kindbit(kind_t::comet) | kindbit(kind_t::mine) | kindbit(kind_t::cake);
+// Every kind that goes up as shells the entry makes (not a placed show).
+constexpr kindset_t launched = oneshell | realkinds;
+// The kinds with one burst to time: by their launch (time), their burst or a
+// beat. A multibreak's first break is its burst; its later ones follow.
+constexpr kindset_t burstkinds = oneshell | breaks | kindbit(kind_t::multibreak);
+// The rest go up at a time and go off at theirs: a placed show or scene, a
+// comet or mine (off as it leaves the ground), a cake (shot after shot).
+constexpr kindset_t placedwhole = everykind & ~burstkinds;
 
 // How a value is written.
 enum class form_t {
-    number, // a number, whole or not
-    whole,  // a whole number
-    vector, // [x, y, z]
-    color,  // [red, green, blue] or [red, green, blue, alpha]
-    file,   // a file's name, relative to the show file's folder
-    word,   // one word, the key's `word`
+    number,  // a number, whole or not
+    whole,   // a whole number
+    vector,  // [x, y, z]
+    color,   // a named colour, [red, green, blue] or [red, green, blue, alpha]
+    colors,  // a colour, or a list of them that each star changes through
+    file,    // a file's name, relative to the show file's folder
+    calibre, // "75mm", "3in" or a number of millimetres
+    choice,  // one of the words in `choices`
+    word,    // the one word in `choices`
+    flag,    // true or false
+    stages,  // a list of two or three breaks: kinds, or tables with a kind
 };
 
 // One key of a table: the kinds that take it and those that must give it,
@@ -205,9 +233,16 @@ struct keyinfo_t {
     form_t form;
     double least;
     double most;
-    const char* unit; // "s", "m", "m/s", or "" for a plain number
-    const char* word = nullptr; // the one word a form_t::word key takes
+    const char* unit;               // "s", "m", "m/s", "mm", "degrees", "Hz", or "" for a plain number
+    const char* choices = nullptr;  // a choice's or a word's words, "|" between them
 };
+
+// The kinds a cake's shot and a multibreak's stage may be.
+constexpr const char* shotkinds = "peony|chrysanthemum|dahlia|willow|palm|ring|crossette|strobe|crackle|comet";
+constexpr const char* breakkinds = "peony|chrysanthemum|dahlia|willow|palm|ring|crossette|strobe|crackle";
+
+// The colours one star may change through.
+constexpr std::size_t maxcolors = 8;
 
 // The keys of a [[shell]] table besides `kind`. A new key, a new kind's keys
 // or a new range goes here; reading, checking and the messages follow.
@@ -215,18 +250,47 @@ const keyinfo_t shellkeys[] = {
     // A shell goes up at its time, or breaks at its burst or on a beat of the
     // music; one of the three (placed shows and scenes: a time).
     {"time", everykind, placedwhole, form_t::number, 0.0, maxshowtime, "s"},
-    {"burst", oneshell, nokind, form_t::number, 0.0, maxshowtime, "s"},
-    {"beat", oneshell, nokind, form_t::number, 1.0, maxbeat, ""},
+    {"burst", burstkinds, nokind, form_t::number, 0.0, maxshowtime, "s"},
+    {"beat", burstkinds, nokind, form_t::number, 1.0, maxbeat, ""},
     {"position", everykind, nokind, form_t::vector, -maxdistance, maxdistance, "m"},
     {"velocity", oneshell, nokind, form_t::vector, -maxspeed, maxspeed, "m/s"},
     {"fuse", oneshell, nokind, form_t::number, 0.0, maxfuse, "s"},
-    {"color", oneshell, nokind, form_t::color, 0.0, 1.0, ""},
+    {"color", oneshell | realkinds, nokind, form_t::colors, 0.0, 1.0, ""},
     {"speed", kindbit(kind_t::simple), nokind, form_t::number, 0.0, maxspeed, "m/s"},
     {"file", kindbit(kind_t::scene), kindbit(kind_t::scene), form_t::file, 0.0, 0.0, ""},
+    {"calibre", realkinds, nokind, form_t::calibre, mincalibre, maxcalibre, "mm"},
+    {"style", breaks | kindbit(kind_t::multibreak) | kindbit(kind_t::cake), nokind, form_t::choice, 0.0, 0.0, "",
+     "ball|cylinder"},
+    {"angle", launched, nokind, form_t::number, 0.0, maxangle, "degrees"},
+    {"azimuth", launched, nokind, form_t::number, -360.0, 360.0, "degrees"},
+    {"pistil", breaks | kindbit(kind_t::cake), nokind, form_t::color, 0.0, 1.0, ""},
+    {"strobe", breaks | kindbit(kind_t::cake), nokind, form_t::number, minstrobe, maxstrobe, "Hz"},
+    {"crackle", breaks | kindbit(kind_t::cake), nokind, form_t::flag, 0.0, 0.0, ""},
+    {"stars", breaks | kindbit(kind_t::mine) | kindbit(kind_t::cake), nokind, form_t::whole, 1.0, maxstars, ""},
+    {"tilt", kindbit(kind_t::ring), nokind, form_t::number, -90.0, 90.0, "degrees"},
+    {"split", kindbit(kind_t::crossette), nokind, form_t::number, 0.1, 10.0, "s"},
+    {"breaks", kindbit(kind_t::multibreak), nokind, form_t::stages, 0.0, 0.0, ""},
+    {"breakinterval", kindbit(kind_t::multibreak), nokind, form_t::number, 0.1, 5.0, "s"},
+    {"shots", kindbit(kind_t::cake), nokind, form_t::whole, 1.0, maxshots, ""},
+    {"shotinterval", kindbit(kind_t::cake), nokind, form_t::number, 0.02, 10.0, "s"},
+    {"fan", kindbit(kind_t::cake), nokind, form_t::number, 0.0, 120.0, "degrees"},
+    {"shot", kindbit(kind_t::cake), nokind, form_t::choice, 0.0, 0.0, "", shotkinds},
+    {"cone", kindbit(kind_t::mine), nokind, form_t::number, 0.0, 60.0, "degrees"},
     {"count", everykind, nokind, form_t::whole, 1.0, static_cast<double>(maxshells), ""},
     {"interval", everykind, nokind, form_t::number, 0.0, maxshowtime, "s"},
     {"step", everykind, nokind, form_t::vector, -maxdistance, maxdistance, "m"},
-    {"every", oneshell, nokind, form_t::number, 0.0, maxbeat, ""}, // beats between repetitions
+    {"every", burstkinds, nokind, form_t::number, 0.0, maxbeat, ""}, // beats between repetitions
+};
+
+// The keys of a multibreak's stage given as a table, besides its kind.
+const keyinfo_t stagekeys[] = {
+    {"color", breaks, nokind, form_t::colors, 0.0, 1.0, ""},
+    {"pistil", breaks, nokind, form_t::color, 0.0, 1.0, ""},
+    {"strobe", breaks, nokind, form_t::number, minstrobe, maxstrobe, "Hz"},
+    {"crackle", breaks, nokind, form_t::flag, 0.0, 0.0, ""},
+    {"stars", breaks, nokind, form_t::whole, 1.0, maxstars, ""},
+    {"tilt", kindbit(kind_t::ring), nokind, form_t::number, -90.0, 90.0, "degrees"},
+    {"split", kindbit(kind_t::crossette), nokind, form_t::number, 0.1, 10.0, "s"},
 };
 
 // The keys of the [music] table.
@@ -238,6 +302,14 @@ const keyinfo_t musickeys[] = {
     {"bpm", everykind, nokind, form_t::number, minbpm, maxbpm, "beats a minute"},
     {"first_beat", everykind, nokind, form_t::number, 0.0, maxmusicoffset, "s"},
     {"beats", everykind, nokind, form_t::word, 0.0, 0.0, "", "detect"},
+};
+
+// The keys of the [camera] table.
+const keyinfo_t camerakeys[] = {
+    {"position", everykind, nokind, form_t::vector, -maxdistance, maxdistance, "m"},
+    {"target", everykind, nokind, form_t::vector, -maxdistance, maxdistance, "m"},
+    {"fov", everykind, nokind, form_t::number, minfov, maxfov, "degrees"},
+    {"sound", everykind, nokind, form_t::choice, 0.0, 0.0, "", "distance|none"},
 };
 
 template <std::size_t N> const keyinfo_t* findkey(const keyinfo_t (&keys)[N], std::string_view name)
@@ -285,13 +357,17 @@ std::string bound(double value)
 struct value_t {
     double number[4] = {0.0, 0.0, 0.0, 1.0}; // a colour of three numbers is opaque
     std::string file;                        // resolved against the show file's folder
+    std::string text;                        // a choice's word
+    std::vector<geokit::color3a_t> colors;   // a colour, or a change through several
+    std::vector<breakspec_t> stages;         // a multibreak's breaks
     toml::source_region where;
 };
 
-// One [[shell]] table (or the [music] table) as read and checked.
+// One [[shell]] table (or the [music] or [camera] table) as read and checked.
 struct entry_t {
     kind_t kind = kind_t::single;
     std::map<std::string, value_t, std::less<>> values;
+    toml::source_region where; // the table
 
     const value_t* get(std::string_view key) const
     {
@@ -345,10 +421,16 @@ public:
         toml::table& root = parsed.table();
         std::vector<entry_t> entries;
         music_t music;
+        entry_t camera;
+        bool hascamera = false;
         look_t look;
         for (auto&& [key, node] : root) {
             if (key.str() == "music") {
                 readmusic(node, music);
+                continue;
+            }
+            if (key.str() == "camera") {
+                hascamera = readcamera(node, camera);
                 continue;
             }
             if (key.str() == "look") {
@@ -359,7 +441,7 @@ public:
             }
             if (key.str() != "shell") {
                 problem(key.source(), "unknown key '" + escaped(key.str(), quotedchars, false)
-                                          + "' (a show holds [[shell]] tables, one [music] table and one [look] table)");
+                                          + "' (a show holds [[shell]] tables, one [music], one [look] and one [camera] table)");
                 continue;
             }
             toml::array* array = node.as_array();
@@ -393,7 +475,9 @@ public:
         }
         m_music = music;
         build(entries, show);
+        for (const auto& scene : m_scenes) show.scenefiles.push_back(scene.first);
         show.music = std::move(music);
+        placecamera(show, hascamera ? &camera : nullptr);
         show.look = look;
         show.files.push_back(m_path);
         for (const auto& scene : m_scenes) show.files.push_back(scene.first);
@@ -693,9 +777,7 @@ private:
     {
         const toml::array* array = node.as_array();
         if (array == nullptr || array->size() < least || array->size() > most) {
-            problem(node.source(), key.form == form_t::color
-                                       ? std::string(key.name) + " must be an array [red, green, blue] or [red, green, blue, alpha]"
-                                       : std::string(key.name) + " must be an array of three numbers [x, y, z]");
+            problem(node.source(), std::string(key.name) + " must be an array of three numbers [x, y, z]");
             return false;
         }
         for (std::size_t i = 0; i < array->size(); ++i)
@@ -730,11 +812,206 @@ private:
     bool word(const toml::node& node, const keyinfo_t& key)
     {
         const std::optional<std::string_view> text = node.value<std::string_view>();
-        if (!text || *text != key.word) {
-            problem(node.source(), std::string(key.name) + " must be \"" + key.word + "\"");
+        if (!text || *text != key.choices) {
+            problem(node.source(), std::string(key.name) + " must be \"" + key.choices + "\"");
             return false;
         }
         return true;
+    }
+
+    // Why a real kind with no single burst is not timed by one, for burst,
+    // beat and every; null for any other key or kind.
+    static const char* untimed(kind_t kind, std::string_view key)
+    {
+        if (key != "burst" && key != "beat" && key != "every")
+            return nullptr;
+        switch (kind) {
+        case kind_t::cake: return "its shots break one after another, with no one burst to time; give time, its first shot's launch";
+        case kind_t::comet: return "it burns from the ground up and never breaks; give time, its launch";
+        case kind_t::mine: return "it goes off as it leaves the ground, with no burst to time; give time, its launch";
+        default: return nullptr;
+        }
+    }
+
+    // Reads the keys of a table that `kind` takes into `entry`: every value
+    // in its form and range, every key given that it needs. `handled` names
+    // a key read before (the kind) or is null; `what` names the table in
+    // messages ("the shell", "the music"), `unknown` lists the keys there
+    // are and `filewhat` says what its file is.
+    // A colour: a name from the chemistry or [red, green, blue(, alpha)].
+    bool color(const toml::node& node, const keyinfo_t& key, geokit::color3a_t& color)
+    {
+        if (const std::optional<std::string_view> name = node.value<std::string_view>()) {
+            if (namedcolor(*name, color))
+                return true;
+            problem(node.source(), "unknown colour " + quoted(*name) + " for " + key.name + " (choose " + colorchoice()
+                                       + ", or give [red, green, blue])");
+            return false;
+        }
+        value_t value;
+        const toml::array* array = node.as_array();
+        if (array == nullptr || array->size() < 3 || array->size() > 4) {
+            problem(node.source(), std::string(key.name) + " must be a colour's name (" + colorchoice()
+                                       + ") or an array [red, green, blue] or [red, green, blue, alpha]");
+            return false;
+        }
+        for (std::size_t i = 0; i < array->size(); ++i)
+            if (!number((*array)[i], key, true, value.number[i]))
+                return false;
+        color = colorof(value);
+        return true;
+    }
+
+    // A colour, or a list of colours that each star changes through: a list
+    // whose first element is a name or an array.
+    bool colors(const toml::node& node, const keyinfo_t& key, value_t& value)
+    {
+        const toml::array* array = node.as_array();
+        const bool list = array != nullptr && !array->empty() && ((*array)[0].is_string() || (*array)[0].is_array());
+        if (!list) {
+            geokit::color3a_t one;
+            if (!color(node, key, one))
+                return false;
+            value.colors = {one};
+            return true;
+        }
+        if (array->size() > maxcolors) {
+            problem(node.source(), std::string(key.name) + " may change through at most " + std::to_string(maxcolors)
+                                       + " colours");
+            return false;
+        }
+        for (const toml::node& element : *array) {
+            geokit::color3a_t one;
+            if (!color(element, key, one))
+                return false;
+            value.colors.push_back(one);
+        }
+        return true;
+    }
+
+    bool calibre(const toml::node& node, const keyinfo_t& key, value_t& value)
+    {
+        const std::string rule = std::string(key.name) + " must be like \"75mm\", \"3in\" or a number of millimetres, from "
+                               + bound(key.least) + " to " + bound(key.most) + " mm";
+        double mm = 0.0;
+        if (const std::optional<std::string_view> text = node.value<std::string_view>()) {
+            if (!parsecalibre(std::string(*text), mm)) {
+                problem(node.source(), "unknown calibre " + quoted(*text) + ": " + rule);
+                return false;
+            }
+        } else if (node.is_number()) {
+            mm = node.is_integer() ? static_cast<double>(node.as_integer()->get()) : node.as_floating_point()->get();
+        } else {
+            problem(node.source(), rule);
+            return false;
+        }
+        if (!(mm >= key.least && mm <= key.most)) {
+            problem(node.source(), rule);
+            return false;
+        }
+        value.number[0] = mm;
+        return true;
+    }
+
+    // "ball or cylinder" from "ball|cylinder".
+    static std::string choicelist(const char* choices)
+    {
+        std::string words(choices), text;
+        std::size_t count = static_cast<std::size_t>(std::count(words.begin(), words.end(), '|')) + 1, at = 0;
+        for (std::size_t i = 0; i < count; ++i) {
+            const std::size_t end = words.find('|', at);
+            text += std::string(i == 0 ? "" : i + 1 == count ? " or " : ", ") + words.substr(at, end - at);
+            at = end + 1;
+        }
+        return text;
+    }
+
+    static bool among(std::string_view word, const char* choices)
+    {
+        std::string_view words(choices);
+        while (true) {
+            const std::size_t end = words.find('|');
+            if (word == words.substr(0, end))
+                return true;
+            if (end == std::string_view::npos)
+                return false;
+            words.remove_prefix(end + 1);
+        }
+    }
+
+    bool choice(const toml::node& node, const keyinfo_t& key, value_t& value)
+    {
+        const std::optional<std::string_view> word = node.value<std::string_view>();
+        if (!word || !among(*word, key.choices)) {
+            problem(node.source(), (word ? "unknown " + std::string(key.name) + " " + quoted(*word) + " (choose "
+                                         : std::string(key.name) + " must be a string: ")
+                                       + choicelist(key.choices) + (word ? ")" : ""));
+            return false;
+        }
+        value.text = std::string(*word);
+        return true;
+    }
+
+    bool flag(const toml::node& node, const keyinfo_t& key, value_t& value)
+    {
+        const std::optional<bool> on = node.value_exact<bool>();
+        if (!on) {
+            problem(node.source(), std::string(key.name) + " must be true or false");
+            return false;
+        }
+        value.number[0] = *on ? 1.0 : 0.0;
+        return true;
+    }
+
+    // A multibreak's breaks: two or three kinds, each a name or a table
+    // { kind = "ring", color = "blue", ... } with the keys of one break.
+    bool stages(const toml::node& node, const keyinfo_t& key, value_t& value)
+    {
+        static const std::string kindlist = choicelist(breakkinds);
+        const toml::array* array = node.as_array();
+        if (array == nullptr || array->size() < 2 || array->size() > 3) {
+            problem(node.source(), std::string(key.name) + " must list two or three breaks, each a kind (" + kindlist
+                                       + ") or a table with a kind");
+            return false;
+        }
+        for (const toml::node& element : *array) {
+            const toml::table* table = element.as_table();
+            const toml::node* kind = table != nullptr ? table->get("kind") : &element;
+            const std::optional<std::string_view> name = kind != nullptr ? kind->value<std::string_view>() : std::nullopt;
+            effectkind_t found = effectkind_t::peony;
+            if (!name || !among(*name, breakkinds) || !findeffect(*name, found)) {
+                const toml::node& where = kind != nullptr ? *kind : element;
+                problem(where.source(), name ? "unknown break " + quoted(*name) + " (choose " + kindlist + ")"
+                                             : "a break needs a kind (" + kindlist + ")");
+                return false;
+            }
+            entry_t stage;
+            for (const kindinfo_t& info : kinds)
+                if (*name == info.name)
+                    stage.kind = info.kind;
+            if (table != nullptr) {
+                const std::size_t before = m_problems.size();
+                static const std::string unknown = "(a break takes kind, " + keynames(stagekeys) + ")";
+                readkeys(*table, stagekeys, kindbit(stage.kind), "kind", "the break", unknown, "", stage);
+                if (m_problems.size() != before)
+                    return false;
+            }
+            breakspec_t spec;
+            spec.kind = found;
+            applybreak(stage, spec);
+            value.stages.push_back(spec);
+        }
+        return true;
+    }
+
+    // The keys of `kind`'s tables, as a message lists them.
+    template <std::size_t N> static std::string takenby(const keyinfo_t (&keys)[N], kindset_t kind)
+    {
+        std::string text;
+        for (const keyinfo_t& key : keys)
+            if ((key.takes & kind) != 0)
+                text += std::string(text.empty() ? "" : ", ") + key.name;
+        return text;
     }
 
     // Reads the keys of a table that `kind` takes into `entry`: every value
@@ -746,6 +1023,7 @@ private:
     void readkeys(const toml::table& table, const keyinfo_t (&keys)[N], kindset_t kind, const char* handled,
                   const std::string& what, const std::string& unknown, const char* filewhat, entry_t& entry)
     {
+        entry.where = table.source();
         for (const keyinfo_t& key : keys)
             if ((key.needs & kind) != 0 && table.get(key.name) == nullptr)
                 problem(table.source(), key.needs == everykind ? what + " has no " + key.name
@@ -760,7 +1038,15 @@ private:
                 continue;
             }
             if ((key->takes & kind) == 0) {
-                problem(name.source(), "'" + std::string(k) + "' does not apply to a " + kindname(entry.kind) + " shell");
+                const std::string noun = what == "the break" ? " break" : " shell";
+                if (const char* why = untimed(entry.kind, k)) {
+                    problem(name.source(), "'" + std::string(k) + "' does not apply to a " + kindname(entry.kind)
+                                               + noun + ": " + why);
+                    continue;
+                }
+                problem(name.source(), "'" + std::string(k) + "' does not apply to a " + kindname(entry.kind) + noun
+                                           + " (it takes " + std::string(handled != nullptr ? handled : "")
+                                           + (handled != nullptr ? ", " : "") + takenby(keys, kind) + ")");
                 continue;
             }
             value_t value;
@@ -770,13 +1056,39 @@ private:
             case form_t::number: ok = number(node, *key, false, value.number[0]); break;
             case form_t::whole: ok = whole(node, *key, value.number[0]); break;
             case form_t::vector: ok = numbers(node, *key, 3, 3, value); break;
-            case form_t::color: ok = numbers(node, *key, 3, 4, value); break;
+            case form_t::color: {
+                geokit::color3a_t one;
+                ok = color(node, *key, one);
+                value.colors = {one};
+                break;
+            }
+            case form_t::colors: ok = colors(node, *key, value); break;
             case form_t::file: ok = file(node, *key, filewhat, value); break;
+            case form_t::calibre: ok = calibre(node, *key, value); break;
+            case form_t::choice: ok = choice(node, *key, value); break;
             case form_t::word: ok = word(node, *key); break;
+            case form_t::flag: ok = flag(node, *key, value); break;
+            case form_t::stages: ok = stages(node, *key, value); break;
             }
             if (ok)
                 entry.values.emplace(std::string(k), std::move(value));
         }
+    }
+
+    // The keys one break takes, from an entry (a [[shell]] or a stage's table).
+    static void applybreak(const entry_t& entry, breakspec_t& spec)
+    {
+        if (const value_t* value = entry.get("color"))
+            spec.colors = value->colors;
+        if (const value_t* value = entry.get("pistil")) {
+            spec.pistil = true;
+            spec.pistilcolor = value->colors.front();
+        }
+        spec.strobe = entry.number("strobe", spec.strobe);
+        spec.crackle = entry.number("crackle", spec.crackle ? 1.0 : 0.0) != 0.0;
+        spec.stars = static_cast<std::size_t>(entry.number("stars", static_cast<double>(spec.stars)));
+        spec.tilt = entry.number("tilt", spec.tilt);
+        spec.split = entry.number("split", spec.split);
     }
 
     bool readentry(toml::table& table, entry_t& entry)
@@ -800,12 +1112,18 @@ private:
                                          : "kind must be a string: " + kindchoice());
             return false;
         }
-        static const std::string unknown = "(known: kind, " + keynames(shellkeys) + ")";
+        // The keys of its own kind: with twenty kinds, the list of all keys
+        // would name many that do not apply.
+        const std::string unknown = "(a " + kindname(entry.kind) + " shell takes kind, "
+                                  + takenby(shellkeys, kindbit(entry.kind)) + ")";
         readkeys(table, shellkeys, kindbit(entry.kind), "kind", "the shell", unknown, "a scene file", entry);
-        if ((kindbit(entry.kind) & oneshell) != 0)
+        if ((kindbit(entry.kind) & burstkinds) != 0)
             readwhen(table, entry);
         if (entry.kind == kind_t::scene && entry.get("file") != nullptr)
             readscene(entry);
+        const value_t* color = entry.get("color");
+        if (color != nullptr && color->colors.size() > 1 && (kindbit(entry.kind) & oneshell) != 0)
+            problem(color->where, "a " + kindname(entry.kind) + " shell takes one colour, not a change of colours");
         if (m_problems.size() != before)
             return false;
         return limits(table, entry);
@@ -898,9 +1216,16 @@ private:
         }
     }
 
-    // The fuse a one-shell kind's maker gives, made once.
-    float makerfuse(kind_t kind)
+    // The fuse from launch to burst a kind's maker gives: a one-shell kind's
+    // made once; a real shell's from its calibre and style, as its maker
+    // sizes the first (or only) break.
+    float makerfuse(const entry_t& entry)
     {
+        if ((kindbit(entry.kind) & realkinds) != 0) {
+            const shellspec_t spec = specof(entry);
+            return static_cast<float>(shellsize(spec.shell.calibre, spec.shell.style).fuse);
+        }
+        const kind_t kind = entry.kind;
         const auto found = m_fuses.find(kind);
         if (found != m_fuses.end())
             return found->second;
@@ -921,7 +1246,7 @@ private:
     // can rise, a launch past the show's latest time.
     void placebreaks(entry_t& entry, const music_t& music)
     {
-        entry.fuse = static_cast<float>(entry.number("fuse", makerfuse(entry.kind)));
+        entry.fuse = static_cast<float>(entry.number("fuse", makerfuse(entry)));
         const double n = static_cast<double>(entry.count() - 1);
         const value_t* beat = entry.get("beat");
         const value_t& at = beat != nullptr ? *beat : *entry.get("burst");
@@ -996,6 +1321,57 @@ private:
         return entry.number("time", 0.0) + n * entry.number("interval", 0.0);
     }
 
+    // The [camera] table: where the audience stands and looks, its field of
+    // view, and whether sounds arrive late by their distance.
+    bool readcamera(toml::node& node, entry_t& camera)
+    {
+        toml::table* table = node.as_table();
+        if (table == nullptr) {
+            problem(node.source(), "'camera' must be a table [camera] with " + keynames(camerakeys, " and "));
+            return false;
+        }
+        const std::size_t before = m_problems.size();
+        readkeys(*table, camerakeys, everykind, nullptr, "the camera", "(the camera takes " + keynames(camerakeys) + ")",
+                 "", camera);
+        const value_t* position = camera.get("position");
+        const value_t* target = camera.get("target");
+        if (position != nullptr && target != nullptr && position->number[0] == target->number[0]
+            && position->number[1] == target->number[1] && position->number[2] == target->number[2])
+            problem(target->where, "the camera's target must not be where it stands");
+        return m_problems.size() == before;
+    }
+
+    // The camera a show gets: the one its [camera] table places, what that
+    // table leaves out framed as a show of real shells frames it; without a
+    // table, the described camera unless the show holds real shells.
+    void placecamera(show_t& show, const entry_t* table)
+    {
+        const bool real = m_real;
+        const bool placed = table != nullptr
+                         && (table->get("position") != nullptr || table->get("target") != nullptr
+                             || table->get("fov") != nullptr);
+        viewpoint_t view;
+        if (real || placed)
+            view = frameshow(show);
+        if (table != nullptr) {
+            const auto point = [](const value_t& v) {
+                return geokit::position3_t{static_cast<float>(v.number[0]), static_cast<float>(v.number[1]),
+                                           static_cast<float>(v.number[2])};
+            };
+            if (const value_t* v = table->get("position"))
+                view.position = point(*v);
+            if (const value_t* v = table->get("target"))
+                view.target = point(*v);
+            view.fov = static_cast<float>(table->number("fov", view.fov));
+            if (const value_t* v = table->get("sound"))
+                view.distancesound = v->text == "distance";
+            // A camera placed where the framing looks: look level instead.
+            if (view.position.x == view.target.x && view.position.y == view.target.y && view.position.z == view.target.z)
+                view.target.y += 1.0f;
+        }
+        show.camera = view;
+    }
+
     // Reads each named scene file once; its problem is reported where it is named.
     bool readscene(const entry_t& entry)
     {
@@ -1036,6 +1412,8 @@ private:
             each = 5;
         else if (entry.kind == kind_t::scene)
             each = m_scenes.at(entry.get("file")->file).size();
+        else if ((kindbit(entry.kind) & realkinds) != 0)
+            each = shellsof(entry);
         const std::size_t count = entry.count();
         const toml::node* counted = table.get("count");
         const toml::source_region& where = counted != nullptr ? counted->source() : table.source();
@@ -1044,7 +1422,11 @@ private:
             return false;
         }
         const double n = static_cast<double>(count - 1);
-        const double last = entry.number("time", 0.0) + n * entry.number("interval", 0.0);
+        // A cake's last shot goes up after its first; shells timed by burst
+        // or beat are checked once the music and their fuse are known.
+        const double shots = entry.kind == kind_t::cake ? entry.number("shots", 10.0) - 1.0 : 0.0;
+        const double last =
+            entry.number("time", 0.0) + n * entry.number("interval", 0.0) + shots * entry.number("shotinterval", 0.25);
         if (entry.get("time") != nullptr && last > maxshowtime) {
             problem(where, "the last repetition would go up at " + bound(last) + " s, after the latest time a show may use ("
                                + bound(maxshowtime) + " s)");
@@ -1080,7 +1462,7 @@ private:
     const made_t& made(show_t& show, const entry_t& entry)
     {
         const value_t* color = entry.get("color");
-        const geokit::color3a_t c = color != nullptr ? colorof(*color) : geokit::color3a_t{};
+        const geokit::color3a_t c = color != nullptr ? color->colors.front() : geokit::color3a_t{};
         const float speed = static_cast<float>(entry.number("speed", 6.25));
         const designkey_t key{entry.kind, color != nullptr ? c.r : -1.0f, c.g, c.b, c.a, speed};
         auto found = m_made.find(key);
@@ -1140,13 +1522,23 @@ private:
         show = {};
         show.shells.reserve(m_total);
         show.design.reserve(m_total);
+        show.notes.reserve(m_total);
+        show.sourcefile = m_path;
         std::map<std::string, std::vector<std::size_t>> scenedesigns;
         std::vector<firework_t> placed;
         std::vector<std::size_t> designs;
         for (const entry_t& entry : entries) {
+            const auto number = static_cast<std::uint32_t>(show.entries.size());
+            show.entries.push_back(noteentry(entry));
+            const std::size_t first = show.shells.size();
+            if ((kindbit(entry.kind) & realkinds) != 0) {
+                m_real = true;
+                placereal(show, entry, number);
+                origin(show, entry, first);
+                continue;
+            }
             const double start = entry.number("time", 0.0);
             const double interval = entry.number("interval", 0.0);
-            const std::size_t first = show.shells.size();
             const double* position = entry.vector("position");
             const double* step = entry.vector("step");
             const value_t* velocity = entry.get("velocity");
@@ -1172,6 +1564,8 @@ private:
                                           static_cast<float>(velocity->number[2])};
                     if (fuse != nullptr)
                         shell.fuse = static_cast<float>(fuse->number[0]);
+                    if (entry.get("angle") != nullptr)
+                        shell.velocity = leaned(shell.velocity, entry.number("angle", 0.0), entry.number("azimuth", 0.0));
                     show.shells.push_back(std::move(shell));
                     show.design.push_back(maker.design);
                 } else if (entry.kind == kind_t::scene) {
@@ -1187,6 +1581,9 @@ private:
                     place(show, placed, designs, time, at);
                 }
             }
+            shellnote_t note;
+            note.entry = number;
+            show.notes.resize(show.shells.size(), note);
             origin(show, entry, first);
         }
     }
@@ -1207,6 +1604,164 @@ private:
         show.origins.push_back(std::move(where));
     }
 
+    // ---- Real shells
+
+    // The shells one entry of a real kind launches each time it goes up.
+    static std::size_t shellsof(const entry_t& entry)
+    {
+        switch (entry.kind) {
+        case kind_t::multibreak: {
+            const value_t* stages = entry.get("breaks");
+            return stages != nullptr ? stages->stages.size() : 2;
+        }
+        case kind_t::cake: {
+            const value_t* shot = entry.get("shot");
+            const auto shots = static_cast<std::size_t>(entry.number("shots", 10.0));
+            return shot != nullptr && shot->text == "palm" ? 2 * shots : shots;
+        }
+        case kind_t::palm: return 2; // the break and its rising tail
+        default: return 1;
+        }
+    }
+
+    static effectkind_t effectkind(kind_t kind)
+    {
+        effectkind_t found = effectkind_t::peony;
+        findeffect(kindname(kind), found);
+        return found;
+    }
+
+    static shellspec_t specof(const entry_t& entry)
+    {
+        shellspec_t spec;
+        breakspec_t& shell = spec.shell;
+        shell.kind = effectkind(entry.kind);
+        shell.calibre = entry.number("calibre", defaultcalibre(shell.kind));
+        if (const value_t* style = entry.get("style"))
+            shell.style = style->text == "cylinder" ? style_t::cylinder : style_t::ball;
+        applybreak(entry, shell);
+        spec.angle = entry.number("angle", 0.0);
+        spec.azimuth = entry.number("azimuth", 0.0);
+        if (const value_t* stages = entry.get("breaks")) {
+            spec.breaks = stages->stages;
+            // A stage without colours of its own takes the shell's.
+            for (breakspec_t& stage : spec.breaks)
+                if (stage.colors.empty())
+                    stage.colors = shell.colors;
+        }
+        spec.breakinterval = entry.number("breakinterval", 0.0);
+        spec.shots = static_cast<std::size_t>(entry.number("shots", static_cast<double>(spec.shots)));
+        spec.shotinterval = entry.number("shotinterval", spec.shotinterval);
+        spec.fan = entry.number("fan", spec.fan);
+        if (const value_t* shot = entry.get("shot"))
+            findeffect(shot->text, spec.shot);
+        spec.cone = entry.number("cone", spec.cone);
+        return spec;
+    }
+
+    // Every value of a spec as bytes: equal specs make equal shells.
+    static std::string speckey(const shellspec_t& spec)
+    {
+        std::string key;
+        const auto put = [&key](const auto& value) {
+            key.append(reinterpret_cast<const char*>(&value), sizeof value);
+        };
+        const auto putbreak = [&](const breakspec_t& b) {
+            put(b.kind), put(b.calibre), put(b.style), put(b.colors.size());
+            for (const geokit::color3a_t& c : b.colors)
+                put(c.r), put(c.g), put(c.b), put(c.a);
+            put(b.pistil), put(b.pistilcolor.r), put(b.pistilcolor.g), put(b.pistilcolor.b), put(b.pistilcolor.a);
+            put(b.strobe), put(b.crackle), put(b.stars), put(b.tilt), put(b.split);
+        };
+        putbreak(spec.shell);
+        put(spec.angle), put(spec.azimuth), put(spec.breaks.size());
+        for (const breakspec_t& b : spec.breaks)
+            putbreak(b);
+        put(spec.breakinterval), put(spec.shots), put(spec.shotinterval), put(spec.fan), put(spec.shot), put(spec.cone);
+        return key;
+    }
+
+    struct placedshell_t {
+        firework_t header;
+        std::size_t design = 0;
+        shellnote_t note;
+    };
+
+    // The shells of an entry's spec, their designs and effects in the show
+    // once for every entry alike.
+    const std::vector<placedshell_t>& madereal(show_t& show, const entry_t& entry)
+    {
+        const shellspec_t spec = specof(entry);
+        const std::string key = speckey(spec);
+        auto found = m_real_made.find(key);
+        if (found != m_real_made.end())
+            return found->second;
+        std::vector<placedshell_t> shells;
+        for (madeshell_t& made : makeshells(spec)) {
+            for (fire_t& fire : made.design.fires)
+                if (fire.effect != 0)
+                    fire.effect = m_effects.add(show, std::move(made.design.effects[fire.effect - 1]));
+            placedshell_t shell;
+            shell.design = m_designs.add(show, std::move(made.design.fires));
+            shell.header = made.header;
+            shell.note = made.note;
+            shells.push_back(std::move(shell));
+        }
+        return m_real_made.emplace(key, std::move(shells)).first->second;
+    }
+
+    void placereal(show_t& show, const entry_t& entry, std::uint32_t number)
+    {
+        const double* position = entry.vector("position");
+        const double* step = entry.vector("step");
+        const std::vector<placedshell_t>& shells = madereal(show, entry);
+        for (std::size_t i = 0; i < entry.count(); ++i) {
+            const double n = static_cast<double>(i);
+            // Later breaks and shots keep their offsets from the entry's launch.
+            const double time = launch(entry, i);
+            const double at[3] = {position[0] + n * step[0], position[1] + n * step[1], position[2] + n * step[2]};
+            for (const placedshell_t& made : shells) {
+                firework_t shell = made.header;
+                shell.time = static_cast<float>(time + made.header.time);
+                shell.position = moved(shell.position, at);
+                show.shells.push_back(std::move(shell));
+                show.design.push_back(made.design);
+                shellnote_t note = made.note;
+                note.entry = number;
+                show.notes.push_back(note);
+            }
+        }
+    }
+
+    // A velocity leaned `angle` degrees from where it points towards
+    // `azimuth`: for a straight-up launch, that many degrees from vertical.
+    static geokit::direction3_t leaned(const geokit::direction3_t& v, double angle, double azimuth)
+    {
+        const double a = angle * 3.14159265358979323846 / 180.0, b = azimuth * 3.14159265358979323846 / 180.0;
+        // Turn about the horizontal axis across the azimuth (Rodrigues).
+        const double kx = -std::sin(b), ky = std::cos(b);
+        const double c = std::cos(a), s = std::sin(a);
+        const double x = v.x, y = v.y, z = v.z;
+        const double dot = kx * x + ky * y;
+        const double cx = ky * z, cy = -kx * z, cz = kx * y - ky * x; // k x v
+        return {static_cast<float>(x * c + cx * s + kx * dot * (1 - c)),
+                static_cast<float>(y * c + cy * s + ky * dot * (1 - c)), static_cast<float>(z * c + cz * s)};
+    }
+
+    entrynote_t noteentry(const entry_t& entry) const
+    {
+        entrynote_t note;
+        note.kind = kindname(entry.kind);
+        note.line = entry.where.begin.line;
+        note.column = entry.where.begin.column;
+        if ((kindbit(entry.kind) & realkinds) != 0) {
+            note.calibre = entry.number("calibre", defaultcalibre(effectkind(entry.kind)));
+            const value_t* style = entry.get("style");
+            note.style = style != nullptr ? style->text : "ball";
+        }
+        return note;
+    }
+
     std::string m_path;
     std::filesystem::path m_folder;
     std::vector<std::string>& m_problems;
@@ -1221,7 +1776,10 @@ private:
     std::map<std::string, std::vector<firework_t>> m_scenes;
     std::size_t m_total = 0;
     designindex_t m_designs;
+    effectindex_t m_effects;
     std::map<designkey_t, made_t> m_made;
+    std::map<std::string, std::vector<placedshell_t>> m_real_made;
+    bool m_real = false; // the show holds real shells
 };
 
 bool isdigits(std::string_view text, int base)

@@ -33,6 +33,15 @@ inline constexpr double maxmusicgain = 16.0;
 // roll's, in beats a minute.
 inline constexpr double minbpm = 1.0;
 inline constexpr double maxbpm = 1000.0;
+// The launch angle from vertical a shot may have, degrees: mortars lean a
+// little, never so far that a shell would break near the ground.
+inline constexpr double maxangle = 80.0;
+// Strobe rates, flashes a second: slower is no strobe, faster a blur.
+inline constexpr double minstrobe = 0.5;
+inline constexpr double maxstrobe = 30.0;
+// Stars of one break, and shots of one cake.
+inline constexpr double maxstars = 2000.0;
+inline constexpr double maxshots = 100.0;
 
 enum class fileformat_t { scene, show };
 

@@ -18,13 +18,14 @@ void showrunner_t::load(show_t show)
     m_evaluator.reserve(m_capacity);
     m_points.reserve(m_capacity);
     for (firework_t& shell : m_show.shells) shell.launched = shell.exploded = false;
-    if (m_audio) m_audio->load(m_show.music, soundtimes(m_show));
+    m_pending.clear();
+    if (m_audio) m_audio->load(m_show.music, soundcues(m_show));
 }
 
 void showrunner_t::setaudio(showaudio_t* audio)
 {
     m_audio = audio;
-    if (m_audio) m_audio->load(m_show.music, soundtimes(m_show));
+    if (m_audio) m_audio->load(m_show.music, soundcues(m_show));
 }
 
 void showrunner_t::replace(show_t show, std::int64_t now)
@@ -48,10 +49,12 @@ double showrunner_t::showtime(std::int64_t now) const
     return static_cast<double>(m_clock.micros(now)) / sceneclock_t::k_second;
 }
 
-// Tells the sound side where the clock now stands.
+// Tells the sound side where the clock now stands. Sounds on their way
+// belong to the time left behind.
 void showrunner_t::moved(std::int64_t now)
 {
     m_moved = true;
+    m_pending.clear();
     if (!m_audio) return;
     if (m_clock.paused())
         m_audio->pause(showtime(now));
@@ -77,19 +80,54 @@ void showrunner_t::settle(float t)
     m_evaluator.evaluate(m_show, t, m_scratch, [](std::size_t, sound_t) {});
 }
 
+// A launch or burst the evaluation found: its clip now, or on its way.
+void showrunner_t::hear(std::size_t shell, sound_t what)
+{
+    const shellnote_t note = noteof(m_show, shell);
+    const soundclip_t clip = what == sound_t::launch ? note.launch : note.burst;
+    const firework_t& firework = m_show.shells[shell];
+    const double happened = what == sound_t::launch ? static_cast<double>(firework.time)
+                                                    : static_cast<double>(firework.time) + firework.fuse;
+    const double delay = sounddelay(m_show, shell, what);
+    if (clip != soundclip_t::none) {
+        if (delay > 0.0) {
+            m_pending.push_back({happened + delay, {shell, what, clip}});
+            std::push_heap(m_pending.begin(), m_pending.end(), later);
+        } else {
+            m_sounds.push_back({shell, what, clip});
+        }
+    }
+    if (what == sound_t::burst && note.crackle >= 0.0f) {
+        m_pending.push_back({happened + note.crackle + delay, {shell, sound_t::crackle, soundclip_t::crackle}});
+        std::push_heap(m_pending.begin(), m_pending.end(), later);
+    }
+}
+
+// The sounds on their way that have arrived by show time `upto`.
+void showrunner_t::arrive(double upto)
+{
+    while (!m_pending.empty() && m_pending.front().due <= upto) {
+        m_sounds.push_back(m_pending.front().hit);
+        std::pop_heap(m_pending.begin(), m_pending.end(), later);
+        m_pending.pop_back();
+    }
+}
+
 void showrunner_t::frame(std::int64_t now)
 {
     m_sounds.clear();
     m_restarted = false;
     follow(now);
     m_time = m_clock.time(now);
-    m_evaluator.evaluate(m_show, m_time, m_points, [this](std::size_t shell, sound_t what) {
-        m_sounds.push_back({shell, what});
-        if (m_audio) m_audio->sound(shell, what);
-    });
+    m_evaluator.evaluate(m_show, m_time, m_points, [this](std::size_t shell, sound_t what) { hear(shell, what); });
+    arrive(m_time);
+    if (m_audio)
+        for (const soundhit_t& hit : m_sounds) m_audio->sound(hit);
     // Past the end nothing shows any more: this frame has asked for the
-    // sounds due after the last point, and the next one starts again.
-    if (!m_clock.paused() && static_cast<double>(m_time) > static_cast<double>(end()) + m_restartdelay) {
+    // sounds due after the last point, and once the last sound on its way
+    // has arrived the next one starts again.
+    if (!m_clock.paused() && m_pending.empty()
+        && static_cast<double>(m_time) > static_cast<double>(end()) + m_restartdelay) {
         restart(now);
         m_restarted = true;
     }
@@ -157,14 +195,23 @@ std::vector<rendersound_t> showrunner_t::rendersounds(const renderspan_t& span) 
     if (span.frames == 0) return sounds;
     // A frame asks for a launch once its time is past the launch, and for a
     // burst once the time since the launch is past the fuse; the last frame
-    // has seen every sound the span asks for.
+    // has seen every sound the span asks for. Each is placed where it is
+    // heard, which may lie past the span's end: the track then ends first.
     const float last = span.at(span.frames - 1);
     for (std::size_t i = 0; i < m_show.shells.size(); ++i) {
         const firework_t& shell = m_show.shells[i];
         if (shell.time >= last) continue;
-        sounds.push_back({static_cast<double>(shell.time), sound_t::launch, i});
-        if (last - shell.time > shell.fuse)
-            sounds.push_back({static_cast<double>(shell.time) + shell.fuse, sound_t::burst, i});
+        const shellnote_t note = noteof(m_show, i);
+        if (note.launch != soundclip_t::none)
+            sounds.push_back({static_cast<double>(shell.time) + sounddelay(m_show, i, sound_t::launch), sound_t::launch,
+                              i, note.launch});
+        if (!(last - shell.time > shell.fuse)) continue;
+        const double burst = static_cast<double>(shell.time) + shell.fuse;
+        const double heard = sounddelay(m_show, i, sound_t::burst);
+        if (note.burst != soundclip_t::none)
+            sounds.push_back({burst + heard, sound_t::burst, i, note.burst});
+        if (note.crackle >= 0.0f)
+            sounds.push_back({burst + note.crackle + heard, sound_t::crackle, i, soundclip_t::crackle});
     }
     std::stable_sort(sounds.begin(), sounds.end(),
                      [](const rendersound_t& a, const rendersound_t& b) { return a.time < b.time; });

@@ -19,12 +19,6 @@
 
 namespace vexlor {
 
-// A sound a frame asks for.
-struct soundhit_t {
-    std::size_t shell = 0;
-    sound_t what = sound_t::launch;
-};
-
 // The frames of a render: frame k is the show at exactly from + k / fps,
 // whichever frames are drawn and in whatever order.
 struct renderspan_t {
@@ -41,6 +35,7 @@ struct rendersound_t {
     double time = 0.0;
     sound_t what = sound_t::launch;
     std::size_t shell = 0;
+    soundclip_t clip = soundclip_t::burst;
 };
 
 class showrunner_t {
@@ -63,8 +58,11 @@ public:
     void start(std::int64_t now);
 
     // The frame at `now`: its show time, points and sounds. Once the time has
-    // passed the show's end (and the delay) the show restarts; restarted()
-    // then says so for this frame, whose points are those of the end.
+    // passed the show's end (and the delay) and every sound on its way has
+    // been heard, the show restarts; restarted() then says so for this
+    // frame, whose points are those of the end. A sound that reaches the
+    // audience later than it happens (by distance, or a crackle after its
+    // burst) is asked for by the frame in which it arrives.
     void frame(std::int64_t now);
     float time() const { return m_time; }
     const std::vector<primitive_t>& points() const { return m_points; }
@@ -97,11 +95,20 @@ public:
     // A render's frames from `from` at `fps`: before `to` when to > from,
     // else every frame up to the show's end (none when it never ends).
     renderspan_t renderspan(double from, double to, double fps) const;
-    // The sounds its frames ask for, in order of time.
+    // The sounds its frames ask for, in order of the time they are heard.
     std::vector<rendersound_t> rendersounds(const renderspan_t& span) const;
 
 private:
+    // A sound on its way, heard at show time `due`.
+    struct pending_t {
+        double due = 0.0;
+        soundhit_t hit;
+    };
+    static bool later(const pending_t& a, const pending_t& b) { return a.due > b.due; }
+
     void moved(std::int64_t now);
+    void hear(std::size_t shell, sound_t what);
+    void arrive(double upto);
     void follow(std::int64_t now);
     void settle(float t);
 
@@ -115,6 +122,7 @@ private:
     std::vector<primitive_t> m_points;
     std::vector<primitive_t> m_scratch;
     std::vector<soundhit_t> m_sounds;
+    std::vector<pending_t> m_pending; // a heap, earliest first
     float m_time = 0.0f;
     double m_heard = 0.0;   // the show time of the last frame the sound's clock gave
     bool m_moved = true;    // the clock moved since: the sound's clock may go back

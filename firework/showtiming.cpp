@@ -71,7 +71,8 @@ double filmreach(const std::vector<film_t>& films)
 // alone decide when each stage shows.
 bool sametiming(const fire_t& a, const fire_t& b)
 {
-    if (a.powders.size() != b.powders.size())
+    // A star with effects times its stages by them too.
+    if (a.powders.size() != b.powders.size() || a.effect != b.effect)
         return false;
     for (std::size_t i = 0; i < a.powders.size(); ++i) {
         const powder_t& p = a.powders[i];
@@ -95,6 +96,7 @@ std::uint64_t hashtiming(const fire_t& fire)
     };
     const std::size_t stages = fire.powders.size();
     mix(&stages, sizeof stages);
+    mix(&fire.effect, sizeof fire.effect);
     for (const powder_t& powder : fire.powders) {
         mix(&powder.delay, sizeof powder.delay);
         const std::size_t films = powder.films.size();
@@ -108,6 +110,7 @@ std::uint64_t hashtiming(const fire_t& fire)
 struct span_t {
     double start;
     double stop;
+    std::uint64_t points = 1;
 };
 
 std::uint64_t bitsof(double x)
@@ -115,6 +118,59 @@ std::uint64_t bitsof(double x)
     std::uint64_t bits;
     std::memcpy(&bits, &x, sizeof bits);
     return bits;
+}
+
+// A stage with effects from `start` seconds after the burst, its films
+// reaching `reach` seconds: its star (or the most crackle flashes lit at
+// once), and each tail point from when the star has flown far enough to draw
+// it.
+void effectruns(const powder_t& powder, const stageeffect_t& effect, double start, double reach,
+                std::vector<span_t>& runs)
+{
+    if (!(reach >= 0.0))
+        return;
+    const double stop = start + reach;
+    if (effect.crackle > 0) {
+        float films = 0.0f;
+        for (const film_t& film : powder.films)
+            films += film.duration;
+        runs.push_back({start, stop, cracklebound(effect, films)});
+        return;
+    }
+    runs.push_back({start, stop, 1});
+    for (std::uint16_t k = 1; k <= effect.tail; ++k) {
+        // Drawn once s - k gap is not negative, as the walk works it out.
+        const double from = start + static_cast<double>(static_cast<float>(k) * effect.tailgap);
+        if (from <= stop)
+            runs.push_back({from, stop, 1});
+    }
+}
+
+// The runs of a star with effects, walked as the evaluation walks it.
+void specialruns(const fire_t& fire, const stareffect_t& effects, std::vector<span_t>& runs, bool& endless)
+{
+    static const stageeffect_t plain{};
+    double ignition = 0.0;
+    for (std::size_t i = 0; i < fire.powders.size(); ++i) {
+        const powder_t& powder = fire.powders[i];
+        const stageeffect_t& effect = i < effects.stages.size() ? effects.stages[i] : plain;
+        const double reach = filmreach(powder.films);
+        if (!std::isfinite(powder.delay) || (powder.delay == 0.0f && !effect.split && powder.films.empty())) {
+            endless = true;
+            runs.push_back({0.0, infinity});
+            return;
+        }
+        if (effect.split)
+            effectruns(powder, effect, std::max(0.0, static_cast<double>(powder.delay)), reach, runs);
+        else if (powder.delay == 0.0f)
+            effectruns(powder, effect, 0.0, reach, runs);
+        else {
+            // Stars with effects come from the makers with rising delays;
+            // any other order is widened to every time the stage might show.
+            ignition += std::fabs(static_cast<double>(powder.delay));
+            effectruns(powder, effect, powder.delay > 0.0f ? ignition : 0.0, reach, runs);
+        }
+    }
 }
 
 // When each stage of a star shows, seconds after the burst. Delays that never
@@ -183,6 +239,7 @@ bool showtiming_t::ends() const
 
 void showtiming_t::analyse(const show_t& show)
 {
+    const effecttable_t* effects = &show.effects;
     m_designs.assign(show.designs.size(), design_t{});
     for (std::size_t d = 0; d < show.designs.size(); ++d) {
         const std::vector<fire_t>& fires = show.designs[d];
@@ -212,19 +269,23 @@ void showtiming_t::analyse(const show_t& show)
         std::vector<span_t> runs;
         std::unordered_map<std::uint64_t, std::size_t> merged; // equal runs added up
         for (const auto& [fire, count] : timings) {
-            limits.push_back(starlimits(*fire));
+            const stareffect_t* effect = effectof(effects, fire->effect);
+            limits.push_back(starlimits(*fire, effect));
             longest = std::max(longest, fire->powders.size());
             runs.clear();
-            starruns(*fire, runs, endless);
+            if (effect != nullptr)
+                specialruns(*fire, *effect, runs, endless);
+            else
+                starruns(*fire, runs, endless);
             for (const span_t& run : runs) {
                 const std::uint64_t key = bitsof(run.start) * 0x9e3779b97f4a7c15ull ^ bitsof(run.stop);
                 const auto it = merged.find(key);
                 if (it != merged.end() && design.runs[it->second].start == run.start
                     && design.runs[it->second].stop == run.stop) {
-                    design.runs[it->second].points += count;
+                    design.runs[it->second].points += count * run.points;
                 } else {
                     merged.emplace(key, design.runs.size());
-                    design.runs.push_back({run.start, run.stop, count});
+                    design.runs.push_back({run.start, run.stop, count * run.points});
                 }
             }
         }
@@ -250,7 +311,7 @@ void showtiming_t::analyse(const show_t& show)
         // covers the walk's rounding, a lit time below it, then halving.
         const auto shows = [&](float b) {
             for (std::size_t k = 0; k < timings.size(); ++k)
-                if (static_cast<double>(b) <= limits[k].burnout && starshows(*timings[k].first, limits[k], b))
+                if (static_cast<double>(b) <= limits[k].burnout && starshows(*timings[k].first, limits[k], b, effects))
                     return true;
             return false;
         };
@@ -445,18 +506,6 @@ busiest_t showtiming_t::busiest(const show_t& show, double fps, double from, dou
             break;
     }
     return best;
-}
-
-std::vector<double> soundtimes(const show_t& show)
-{
-    std::vector<double> times;
-    times.reserve(2 * show.shells.size());
-    for (const firework_t& shell : show.shells) {
-        times.push_back(shell.time);
-        times.push_back(static_cast<double>(shell.time) + shell.fuse);
-    }
-    std::sort(times.begin(), times.end());
-    return times;
 }
 
 bool drawable(const show_t& show, std::string& problem)

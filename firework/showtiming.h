@@ -82,10 +82,6 @@ private:
     double m_lastchange = 0.0; // after it the count stays as it is
 };
 
-// The launch and burst times of every shell, in order of time: the instants
-// at which the evaluation asks for a sound, for those who mix the sound ahead.
-std::vector<double> soundtimes(const show_t& show);
-
 // Whether every frame of the show can be drawn in bounded memory: its
 // busiest frame at 60 a second holds at most maxframepoints. When not, what
 // is too much, as the end of a line that names the file, in `problem`.

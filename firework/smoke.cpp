@@ -7,6 +7,7 @@
 #include "firework/smoke.h"
 
 #include "firework/ballistic.h"
+#include "firework/effect.h"
 #include "firework/filmcolor.h"
 
 #include <algorithm>
@@ -96,6 +97,17 @@ void smoke_t::prepare(const show_t& show, const geokit::direction3_t& wind)
                 design.drag = powder->drag;
                 break;
             }
+        // Real shells' stars slow under air drag and reach speed / rate: their
+        // smoke spreads with the break, a 300 mm shell's far wider than the
+        // built-in shows' few metres.
+        if (!fires.empty()) {
+            const stareffect_t* effect = effectof(&show.effects, fires.front().effect);
+            design.air = effect != nullptr && !effect->stages.empty() && effect->stages.front().motion == motion_t::air;
+        }
+        if (design.air) {
+            const float rate = -std::log(std::clamp(design.drag, 1e-6f, 0.999f));
+            design.spread = std::clamp(0.3f * design.speed / rate, 1.5f, 120.0f);
+        }
         const std::size_t step = std::max<std::size_t>(1, fires.size() / k_lightstars);
         for (std::size_t i = 0; i < fires.size() && design.lightstars.size() < k_lightstars; i += step)
             if (carrier(fires[i]) != nullptr) design.lightstars.push_back(i);
@@ -166,6 +178,13 @@ bool smoke_t::light(const show_t& show, std::size_t index, float age, burstlight
     if (std::max({light.color.r, light.color.g, light.color.b}) < 1e-3f) return false;
     // The cloud of stars: its middle falls as a star at rest would, its reach
     // is how far a star of mean speed has flown.
+    if (design.air) {
+        const geokit::direction3_t rest{0.0f, 0.0f, 0.0f};
+        light.position = flightpoint(motion_t::air, burstpoint(shell), rest, age, design.drag);
+        const float rate = -std::log(std::clamp(design.drag, 1e-6f, 0.999f));
+        light.radius = std::max(k_leastradius, design.speed * -std::expm1(-rate * age) / rate);
+        return true;
+    }
     light.position = ballistic(burstpoint(shell), {0.0f, 0.0f, 0.0f}, age, design.drag);
     light.radius = std::max(k_leastradius, design.speed * std::pow(design.drag, age) * age);
     return true;

@@ -57,6 +57,7 @@ private:
         float spread = 0.0f; // how far the break throws its smoke, m
         float speed = 0.0f;  // the stars' mean speed, m/s
         float drag = 1.0f;   // the first star's carrier drag: how the cloud of stars slows
+        bool air = false;    // real shells' stars fly under air drag (firework/effect.h)
         float lightlife = 0.0f; // s after the break: its stars' carrier films, at least the flash
         std::vector<std::size_t> lightstars; // a few stars whose colours light the smoke
     };

@@ -49,6 +49,44 @@ starlimits_t nolimits(std::size_t powders)
 
 } // namespace
 
+double filmwindow(const std::vector<film_t>& films);
+
+namespace {
+
+// A star with effects is walked stage by stage; only its burnout is kept,
+// split stages bounded from the burst by their own delay.
+starlimits_t speciallimits(const fire_t& fire, const stareffect_t& effect)
+{
+    starlimits_t limits = nolimits(fire.powders.size());
+    limits.effect = fire.effect;
+    limits.special = true;
+    double burnout = -infinity;
+    double delays = 0.0;
+    for (std::size_t i = 0; i < fire.powders.size(); ++i) {
+        const powder_t& powder = fire.powders[i];
+        const double window = filmwindow(powder.films);
+        const bool split = i < effect.stages.size() && effect.stages[i].split;
+        if (split) {
+            if (!std::isfinite(powder.delay))
+                return limits; // no bound known
+            burnout = std::max(burnout, std::max(0.0, static_cast<double>(powder.delay)) + window);
+        } else if (powder.delay == 0.0f) {
+            if (powder.films.empty())
+                return limits; // draws the shell for ever
+            burnout = std::max(burnout, window);
+        } else if (regulardelay(powder.delay)) {
+            delays += powder.delay;
+            burnout = std::max(burnout, delays + window);
+        } else {
+            return limits;
+        }
+    }
+    limits.burnout = widen(burnout);
+    return limits;
+}
+
+} // namespace
+
 double filmwindow(const std::vector<film_t>& films)
 {
     if (films.empty())
@@ -64,13 +102,19 @@ double filmwindow(const std::vector<film_t>& films)
     return widen(sum);
 }
 
-starlimits_t starlimits(const fire_t& fire)
+starlimits_t starlimits(const fire_t& fire, const stareffect_t* effect)
 {
     const std::vector<powder_t>& powders = fire.powders;
     starlimits_t limits;
     limits.powders = powders.size();
-    if (powders.size() > longestwalk)
-        return nolimits(powders.size());
+    if (powders.size() > longestwalk) {
+        limits = nolimits(powders.size());
+        limits.effect = fire.effect;
+        limits.special = effect != nullptr;
+        return limits;
+    }
+    if (effect != nullptr)
+        return speciallimits(fire, *effect);
 
     limits.tailstart = 0;
     for (std::size_t i = 0; i < powders.size(); ++i)
@@ -113,6 +157,7 @@ starlimits_t starlimits(const fire_t& fire)
     if (limits.step > 0.0f)
         limits.stepquantum = lowbit(limits.step);
     limits.burnout = widen(burnout);
+    limits.effect = fire.effect;
     return limits;
 }
 

@@ -3,6 +3,7 @@
 // at the current time without changing a single point it gives.
 #pragma once
 
+#include "firework/effect.h"
 #include "firework/firework.h"
 
 #include <cstddef>
@@ -18,6 +19,8 @@ struct starlimits_t {
     double burnout = 0.0;      // no stage of the star shows above this time since the burst
     float step = 0.0f;         // the one delay of every tail stage, 0 when they differ
     double stepquantum = 0.0;  // the largest power of two that divides step
+    std::uint32_t effect = 0;  // the star's effect these limits were derived for
+    bool special = false;      // it has effects: walked in full, no shortcut
 };
 
 // An upper bound on the local time at which the films still give a colour,
@@ -25,6 +28,8 @@ struct starlimits_t {
 // when no bound is known (negative or non-finite durations, very long lists).
 double filmwindow(const std::vector<film_t>& films);
 
-starlimits_t starlimits(const fire_t& fire);
+// `effect` is the star's effects (null for a plain star). A split stage
+// counts from the burst, so it bounds the star's burnout by its own delay.
+starlimits_t starlimits(const fire_t& fire, const stareffect_t* effect = nullptr);
 
 } // namespace vexlor

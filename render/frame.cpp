@@ -37,7 +37,7 @@ bool frame_t::Init(std::size_t capacity)
     clearsky();
     glDisable(GL_DITHER);
     glDisable(GL_DEPTH_TEST);
-    m_camera.setup();
+    m_camera.setup(m_view);
     polyoffsetunit = polyoffsetfactor = 0;
     const bool points = m_draw.Init(capacity);
     const bool trails = m_texture.Init();
@@ -52,9 +52,20 @@ void frame_t::Reshape(int width, int height)
     m_width = width;
     m_height = height;
     glViewport(0, 0, width, height);
-    m_projmtx = showprojection(width, height);
+    m_projmtx = showprojection(m_view, width, height);
     if (m_look.night() && m_night.initialised() && !m_night.Resize(width, height, m_camera, m_projmtx))
         std::cerr << "night look: no framebuffer of " << width << "x" << height << std::endl;
+}
+
+void frame_t::SetView(const viewpoint_t& view)
+{
+    m_view = view;
+    m_camera.setup(m_view);
+    m_projmtx = showprojection(m_view, m_width, m_height);
+    // The night look's sky and lake are laid out for the camera.
+    if (m_look.night() && m_night.initialised() && m_width > 0 && m_height > 0 &&
+        !m_night.Resize(m_width, m_height, m_camera, m_projmtx))
+        std::cerr << "night look: no framebuffer of " << m_width << "x" << m_height << std::endl;
 }
 
 void frame_t::SetLook(const look_t& look, const nightcost_t& cost)

@@ -62,6 +62,12 @@ public:
     void LeaveTrail();
     bool trail() const { return m_trail; }
 
+    // Where the show is seen from: the described camera until told
+    // otherwise. Camera and projection follow at once.
+    void SetView(const viewpoint_t& view);
+    const viewpoint_t& view() const { return m_view; }
+    void ResetCamera() { m_camera.setup(m_view); }
+
     // The look the next frames are drawn in, with the context current; the
     // plain look until set. `cost`: how much of the night look to draw
     // (all of it by default, as renders do).
@@ -79,7 +85,6 @@ public:
     void ExposeInstant();
     void FinishExposure(GLuint target = 0);
 
-    void ResetCamera() { m_camera.setup(); }
     const showcamera_t& camera() const { return m_camera; }
     const geokit::matrix3w_t& projection() const { return m_projmtx; }
     int width() const { return m_width; }
@@ -102,6 +107,7 @@ private:
     draw_t m_draw;
     texture_t m_texture;
     showcamera_t m_camera;
+    viewpoint_t m_view;
     geokit::matrix3w_t m_projmtx{};
     std::size_t m_count = 0;
     int m_width = 0;

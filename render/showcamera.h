@@ -3,6 +3,7 @@
 // The viewer and the headless renderer both take their matrices from here.
 #pragma once
 
+#include "firework/viewpoint.h"
 #include "geometry/geokit.h"
 
 namespace vexlor {
@@ -22,9 +23,15 @@ struct showcamera_t {
     // 100 units in front of the launch site, 10 units above the lifted
     // launch height, looking along +y (z is up).
     void setup();
+    // The described camera for one not placed, else the eye at the view's
+    // position looking at its target, up staying up.
+    void setup(const viewpoint_t& view);
 };
 
 // 45 degrees across the diagonal for a framebuffer of this size; near 1, far 1000.
 geokit::matrix3w_t showprojection(int width, int height);
+// For a view: the described projection unless placed, else `fov` degrees
+// from bottom to top, reaching far beyond the eye's distance to its target.
+geokit::matrix3w_t showprojection(const viewpoint_t& view, int width, int height);
 
 } // namespace vexlor

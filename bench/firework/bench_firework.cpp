@@ -397,6 +397,98 @@ void BM_HundredThousandShellsTiming(benchmark::State& state)
 BENCHMARK(BM_ThousandShowTiming)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_HundredThousandShellsTiming)->Arg(0)->Arg(100)->Unit(benchmark::kMillisecond);
 
+// The effects library at real size: the gallery, and 1000 shells of mixed
+// real effects (every kind in turn, six calibres from 75 to 200 mm, nine
+// colours: 234 different shells), one every 0.2 s along a 200 m line.
+std::string mixedeffects()
+{
+    static const char* const kinds[] = {"peony", "chrysanthemum", "dahlia", "willow", "palm", "ring", "crossette",
+                                        "strobe", "crackle", "multibreak", "comet", "mine", "cake"};
+    static const char* const colours[] = {"red", "orange", "yellow", "green", "blue", "purple", "gold", "silver", "white"};
+    std::string text;
+    for (int i = 0; i < 1000; ++i) {
+        char entry[256];
+        std::snprintf(entry, sizeof entry,
+                      "[[shell]]\nkind = \"%s\"\ntime = %d.%d\ncalibre = %d\ncolor = \"%s\"\nposition = [%d, 0, 0]\n",
+                      kinds[i % 13], i / 5, 2 * (i % 5), 75 + 25 * (i % 6), colours[i % 9], (i % 21) * 10 - 100);
+        text += entry;
+    }
+    return text;
+}
+
+show_t readeffects(const char* which)
+{
+    show_t show;
+    std::vector<std::string> problems;
+    if (std::string(which) == "mixed") {
+        if (!readshowtext(mixedeffects(), "mixed-effects.toml", show, problems))
+            std::fprintf(stderr, "%s\n", problems.front().c_str());
+        return show;
+    }
+    return readshow(which);
+}
+
+// Read, built and prepared as a program does before its first frame: the
+// evaluator's limits, the show's end and its busiest frame.
+void openeffects(benchmark::State& state, const char* which)
+{
+    const std::string text = std::string(which) == "mixed" ? mixedeffects() : std::string();
+    std::size_t bytes = 0, designs = 0, shells = 0;
+    for (auto _ : state) {
+        show_t show;
+        std::vector<std::string> problems;
+        const bool read = text.empty() ? readshowfile((std::string(SHOWS) + "/" + which).c_str(), show, problems)
+                                       : readshowtext(text, "mixed-effects.toml", show, problems);
+        if (!read) {
+            state.SkipWithError(problems.front().c_str());
+            break;
+        }
+        evaluator_t evaluator;
+        evaluator.prepare(show);
+        showtiming_t timing;
+        timing.analyse(show);
+        benchmark::DoNotOptimize(timing.busiest(show));
+        bytes = showbytes(show);
+        designs = show.designs.size();
+        shells = show.shells.size();
+    }
+    state.counters["shells"] = static_cast<double>(shells);
+    state.counters["designs"] = static_cast<double>(designs);
+    state.counters["showMB"] = static_cast<double>(bytes) / 1048576.0;
+}
+void BM_OpenEffectsGallery(benchmark::State& state) { openeffects(state, "effects.vexlor.toml"); }
+void BM_OpenMixedEffects(benchmark::State& state) { openeffects(state, "mixed"); }
+BENCHMARK(BM_OpenEffectsGallery)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_OpenMixedEffects)->Unit(benchmark::kMillisecond);
+
+// The busiest frame (found by the show's timing) on 1 and 2 threads.
+void effectsframe(benchmark::State& state, const char* which)
+{
+    show_t show = readeffects(which);
+    showtiming_t timing;
+    timing.analyse(show);
+    const busiest_t busiest = timing.busiest(show);
+    evaluator_t evaluator;
+    evaluator.setthreads(static_cast<unsigned>(state.range(0)));
+    evaluator.reserve(busiest.points);
+    std::vector<primitive_t> points;
+    points.reserve(busiest.points);
+    const auto t = static_cast<float>(busiest.at);
+    evaluator.points(show, t, points);
+    for (auto _ : state) {
+        evaluator.points(show, t, points);
+        benchmark::DoNotOptimize(points.data());
+    }
+    state.counters["points"] = static_cast<double>(points.size());
+    state.counters["at_s"] = busiest.at;
+}
+void BM_EffectsGalleryBusiestFrame(benchmark::State& state) { effectsframe(state, "effects.vexlor.toml"); }
+void BM_MixedEffectsBusiestFrame(benchmark::State& state) { effectsframe(state, "mixed"); }
+void BM_SuiteBusiestFrame(benchmark::State& state) { effectsframe(state, "suite.vexlor.toml"); }
+BENCHMARK(BM_EffectsGalleryBusiestFrame)->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_MixedEffectsBusiestFrame)->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_SuiteBusiestFrame)->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond)->UseRealTime();
+
 } // namespace
 
 int main(int argc, char** argv)

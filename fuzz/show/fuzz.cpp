@@ -10,6 +10,7 @@
 #include "firework/showfile.h"
 #include "firework/valueranges.h"
 
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -85,6 +86,17 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     require(show.design.size() == show.shells.size());
     require(show.origin.size() == show.shells.size());
     for (std::uint32_t origin : show.origin) require(origin < show.origins.size());
+    require(show.notes.empty() || show.notes.size() == show.shells.size());
+    for (const vexlor::shellnote_t& note : show.notes)
+        require(note.entry < show.entries.size());
+    // Every star's effects are in the show's table.
+    for (const std::vector<vexlor::fire_t>& design : show.designs)
+        for (const vexlor::fire_t& fire : design)
+            require(fire.effect <= show.effects.size());
+    const vexlor::viewpoint_t& camera = show.camera;
+    require(std::isfinite(camera.position.x) && std::isfinite(camera.position.y) && std::isfinite(camera.position.z)
+            && std::isfinite(camera.target.x) && std::isfinite(camera.target.y) && std::isfinite(camera.target.z)
+            && camera.fov >= vexlor::minfov && camera.fov <= vexlor::maxfov);
     for (std::size_t i = 0; i < show.shells.size(); ++i) {
         const vexlor::firework_t& shell = show.shells[i];
         require(shell.fires.empty() && show.design[i] < show.designs.size());

@@ -210,6 +210,46 @@ TEST(ShowVoice, BurstsLandOnTheirExactSamplesOfTheMusic)
     EXPECT_EQ(onsets, (std::vector<long long>{std::llround(0.5 * t.rate), std::llround(1.0 * t.rate)}));
 }
 
+// Clips of different sounds (a burst, a deeper break, a crackle) mixed into
+// one music stream: each lands on its own exact sample, and it is that clip
+// that is heard there, not another.
+TEST(ShowVoice, DifferentClipsLandOnTheirOwnSamples)
+{
+    const track t;
+    sndkit::clip_t soft, loud;
+    soft.samples.assign(2 * 64, 0.125f);
+    loud.samples.assign(2 * 64, 0.375f);
+    sndkit::showvoice_t music;
+    std::string message;
+    ASSERT_TRUE(music.Init(sndkit::xaudio2_t::engine(), t.path.c_str(), 0.5, 1.0, message)) << message;
+    music.setsounds({{1.0, &loud}, {1.25, &soft}, {1.5, &loud}});
+    silence(music, 0.75, t.rate);
+    const std::uint64_t from = frames();
+    music.play(0.75);
+    ASSERT_TRUE(reach(from + t.rate));
+    std::ifstream in(diskrecording::g_path, std::ios::binary);
+    in.seekg(static_cast<std::streamoff>(from * 8));
+    std::vector<std::pair<float, float>> recorded;
+    float s[2];
+    while (in.read(reinterpret_cast<char*>(s), sizeof s))
+        recorded.emplace_back(s[0], s[1]);
+    // The track is a ramp on the left and its negative on the right: their
+    // sum is twice the clip's level, and the left less the clip the track's
+    // frame.
+    std::vector<std::pair<long long, float>> onsets;
+    for (std::size_t i = 0; i < recorded.size(); ++i) {
+        const bool heard = std::fabs(recorded[i].first + recorded[i].second) > 0.2f;
+        const bool before = i > 0 && std::fabs(recorded[i - 1].first + recorded[i - 1].second) > 0.2f;
+        if (!heard || before)
+            continue;
+        const float level = std::round(4.0f * (recorded[i].first + recorded[i].second)) / 8.0f;
+        onsets.emplace_back(t.frameof(recorded[i].first - level, 1.0), level);
+    }
+    const std::vector<std::pair<long long, float>> want = {
+        {std::llround(0.5 * t.rate), 0.375f}, {std::llround(0.75 * t.rate), 0.125f}, {std::llround(1.0 * t.rate), 0.375f}};
+    EXPECT_EQ(onsets, want);
+}
+
 // The clock is the device's: over a few seconds it advances as the recording
 // does (the disk driver's own pace, not the wall clock's), never goes back,
 // and holds at a move's time until the device reaches it.

@@ -170,7 +170,7 @@ TEST(ShowFile, EveryLookProblemWithItsPosition)
         {"[look]\nname = \"night\"\n[look]\nname = \"plain\"\n",
          {"3:1: Error while parsing table header: cannot redefine existing table 'look'"}},
         {"[looks]\nname = \"night\"\n",
-         {"1:2: unknown key 'looks' (a show holds [[shell]] tables, one [music] table and one [look] table)"}},
+         {"1:2: unknown key 'looks' (a show holds [[shell]] tables, one [music], one [look] and one [camera] table)"}},
     };
     for (const auto& c : cases) {
         const std::string path = dir.write("show.toml", c.text + shell);

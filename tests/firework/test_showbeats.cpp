@@ -6,6 +6,7 @@
 #include "firework/sample.h"
 #include "firework/showbeats.h"
 #include "firework/showfile.h"
+#include "firework/showtiming.h"
 #include "tests/firework/scenes.h"
 
 #include <gtest/gtest.h>
@@ -184,4 +185,92 @@ TEST(ShowBeats, AnUnreadableTrackStillPlaysWithoutBeats)
     EXPECT_FALSE(hasbeats(r.show.music));
     EXPECT_EQ(r.show.music.beatproblem, dir.path + "/show.toml:2:8: music file: " + dir.path + "/m.ogg: not a sound file");
     EXPECT_NEAR(breakat(r.show, 0), 4.0, 1e-5);
+}
+
+// Real shells timed by burst or beat break then, however high their calibre
+// sends them: the launch comes their maker's fuse earlier. A multibreak's
+// later breaks and a palm's rising tail keep to the one launch.
+TEST(ShowBeats, RealShellsBreakOnTheirBurstAndBeat)
+{
+    tempdir dir;
+    const std::string music = "[music]\nfile = \"m.ogg\"\noffset = 1.0\nbpm = 120\nfirst_beat = 0.48\n";
+    const readresult_t r = read(dir,
+                                music
+                                    + "[[shell]]\nkind = \"peony\"\ncalibre = \"150mm\"\nburst = 20\n"
+                                      "[[shell]]\nkind = \"multibreak\"\ncalibre = 200\nstyle = \"cylinder\"\n"
+                                      "breakinterval = 0.5\nburst = 12\n"
+                                      "[[shell]]\nkind = \"palm\"\nbeat = 16\ncount = 2\nevery = 4\n"
+                                      "[[shell]]\nkind = \"peony\"\ncalibre = 300\ntime = 2\n",
+                                track(30.0));
+    ASSERT_TRUE(r.ok) << (r.problems.empty() ? "" : r.problems.front());
+    // peony; multibreak's two breaks; palm's break and tail, twice; peony.
+    ASSERT_EQ(r.show.shells.size(), 8u);
+    showtiming_t timing;
+    timing.analyse(r.show);
+    const std::vector<shelltimes_t>& times = timing.shells();
+    EXPECT_NEAR(times[0].burst, 20.0, 1e-4);
+    EXPECT_NEAR(times[1].burst, 12.0, 1e-4);
+    EXPECT_NEAR(times[2].burst, 12.5, 1e-4) << "the second break half a second after the first";
+    EXPECT_FLOAT_EQ(times[2].launch, times[1].launch);
+    for (std::size_t k = 0; k < 2; ++k) {
+        const double beat = 1.0 + 0.48 + (15.0 + 4.0 * static_cast<double>(k)) * 0.5;
+        EXPECT_NEAR(times[3 + 2 * k].burst, beat, 1e-4) << k;
+        EXPECT_FLOAT_EQ(times[4 + 2 * k].launch, times[3 + 2 * k].launch) << "the rising tail goes up with it";
+    }
+    EXPECT_NEAR(times[7].launch, 2.0, 1e-6);
+    // A 150 mm shell rises for seconds, not the classic shell's two.
+    EXPECT_GT(r.show.shells[0].fuse, 3.0f);
+
+    // Both the timeline's origins and info's entries name every shell.
+    const char* kinds[] = {"peony", "multibreak", "multibreak", "palm", "palm", "palm", "palm", "peony"};
+    ASSERT_EQ(r.show.notes.size(), r.show.shells.size());
+    for (std::size_t i = 0; i < r.show.shells.size(); ++i) {
+        const shellorigin_t* origin = originof(r.show, i);
+        ASSERT_NE(origin, nullptr) << i;
+        EXPECT_EQ(origin->kind, kinds[i]) << i;
+        EXPECT_EQ(r.show.entries.at(noteof(r.show, i).entry).kind, kinds[i]) << i;
+    }
+    const shellorigin_t* palm = originof(r.show, 5);
+    EXPECT_EQ(palm->line, 16u);
+    EXPECT_EQ(palm->first, 3u);
+    EXPECT_EQ(palm->each, 2u);
+    EXPECT_EQ(palm->count, 2u);
+}
+
+// What has no one burst is refused burst, beat and every, in one line that
+// says why; a real shell's burst must still leave it time to rise.
+TEST(ShowBeats, RealShellsWithoutOneBurstAreRefusedIt)
+{
+    tempdir dir;
+    const std::string tempo = "[music]\nfile = \"m.ogg\"\nbpm = 120\n";
+    const struct {
+        std::string text;
+        std::vector<std::string> problems;
+    } cases[] = {
+        {"[[shell]]\nkind = \"cake\"\ntime = 1\nburst = 5\n",
+         {"4:1: 'burst' does not apply to a cake shell: its shots break one after another, with no one burst to time; "
+          "give time, its first shot's launch"}},
+        {tempo + "[[shell]]\nkind = \"mine\"\nbeat = 3\n",
+         {"4:1: a mine shell needs a time",
+          "6:1: 'beat' does not apply to a mine shell: it goes off as it leaves the ground, with no burst to time; give "
+          "time, its launch"}},
+        {"[[shell]]\nkind = \"comet\"\ntime = 0\ncount = 2\nevery = 1\n",
+         {"5:1: 'every' does not apply to a comet shell: it burns from the ground up and never breaks; give time, its "
+          "launch"}},
+        {"[[shell]]\nkind = \"willow\"\ncalibre = \"300mm\"\nburst = 3\n",
+         {"4:9: burst at 3 s, before the shell can rise: its fuse burns "}},
+        {"[[shell]]\nkind = \"ring\"\ntime = 1\nburst = 9\n",
+         {"4:9: both time and burst: a shell goes up at its time, or breaks at its burst or on a beat, one of them"}},
+        {"[[shell]]\nkind = \"dahlia\"\nburst = 14399\ncount = 3\ninterval = 10\n",
+         {"3:9: the last repetition would go up at "}},
+        {"[[shell]]\nkind = \"cake\"\ntime = 14399\nshots = 10\nshotinterval = 1\n",
+         {"1:1: the last repetition would go up at 14408 s, after the latest time a show may use (14400 s)"}},
+    };
+    for (const auto& c : cases) {
+        const readresult_t r = read(dir, c.text, track(30.0));
+        EXPECT_FALSE(r.ok) << c.text;
+        ASSERT_EQ(r.problems.size(), c.problems.size()) << c.text << (r.problems.empty() ? "" : r.problems.front());
+        for (std::size_t i = 0; i < c.problems.size(); ++i)
+            EXPECT_EQ(r.problems[i].compare(0, c.problems[i].size(), c.problems[i]), 0) << r.problems[i];
+    }
 }

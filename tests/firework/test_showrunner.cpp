@@ -3,6 +3,7 @@
 // delay), a show replaced while it plays, the sound side told of every move
 // and followed while it has a clock, and a render's frames and sounds.
 #include "firework/builtin.h"
+#include "firework/showfile.h"
 #include "firework/showrunner.h"
 #include "tests/firework/scenes.h"
 
@@ -50,9 +51,9 @@ std::int64_t at_s(double seconds)
 // What the runner tells its sound side, in order.
 class recorder_t : public vexlor::showaudio_t {
 public:
-    void load(const vexlor::music_t& music, const std::vector<double>& times) override
+    void load(const vexlor::music_t& music, const std::vector<vexlor::soundcue_t>& cues) override
     {
-        log += "load " + music.file + " " + std::to_string(times.size()) + ";";
+        log += "load " + music.file + " " + std::to_string(cues.size()) + ";";
     }
     void play(double t) override { log += "play " + text(t) + ";"; }
     void pause(double t) override { log += "pause " + text(t) + ";"; }
@@ -62,9 +63,12 @@ public:
         t = heard;
         return true;
     }
-    void sound(std::size_t shell, sound_t what) override
+    void sound(const vexlor::soundhit_t& hit) override
     {
-        log += (what == sound_t::launch ? "launch " : "burst ") + std::to_string(shell) + ";";
+        log += (hit.what == sound_t::launch  ? "launch "
+                : hit.what == sound_t::burst ? "burst "
+                                             : "crackle ")
+             + std::to_string(hit.shell) + ";";
     }
     static std::string text(double t)
     {
@@ -290,3 +294,63 @@ TEST(ShowRunner, RenderSpansAndTheirSounds)
 }
 
 } // namespace
+
+namespace {
+
+// A crackling 150 mm shell and a 75 mm one heard from 686 m off: every sound
+// is late by its distance at 343 m/s.
+show_t distantshow()
+{
+    show_t show;
+    std::vector<std::string> problems;
+    const bool read = vexlor::readshowtext("[camera]\nposition = [0, -686, 0]\ntarget = [0, 0, 100]\nsound = \"distance\"\n"
+                                           "[[shell]]\nkind = \"crackle\"\ntime = 1\ncalibre = \"150mm\"\n"
+                                           "[[shell]]\nkind = \"peony\"\ntime = 2\n",
+                                           "distant.toml", show, problems);
+    EXPECT_TRUE(read) << (problems.empty() ? "" : problems.front());
+    return show;
+}
+
+} // namespace
+
+// Played frame by frame, each sound is asked for at the first frame at or
+// after it is heard, with its own clip, once; a render places the very same
+// sounds at their exact times; and the show does not start again before the
+// last sound on its way has arrived.
+TEST(ShowRunner, SoundsArriveAsLateAsTheirDistanceWithTheirOwnClips)
+{
+    showrunner_t runner;
+    runner.load(distantshow());
+    const vexlor::renderspan_t span = runner.renderspan(0.0, -1.0, 60.0);
+    const std::vector<vexlor::rendersound_t> placed = runner.rendersounds(span);
+    ASSERT_EQ(placed.size(), 5u) << "two launches, two bursts and a crackle";
+    EXPECT_NEAR(placed[0].time, 1.0 + 2.0, 1e-5) << "686 m from the launch site";
+    EXPECT_EQ(placed[0].clip, vexlor::soundclip_t::burst);
+    std::size_t deep = 0, crackles = 0;
+    for (const auto& sound : placed) {
+        deep += sound.clip == vexlor::soundclip_t::deepburst ? 1 : 0;
+        crackles += sound.clip == vexlor::soundclip_t::crackle ? 1 : 0;
+    }
+    EXPECT_EQ(deep, 1u) << "the 150 mm break sounds deeper";
+    EXPECT_EQ(crackles, 1u);
+
+    runner.start(at_s(0));
+    std::vector<std::pair<double, vexlor::soundhit_t>> heard;
+    bool restarted = false;
+    for (int k = 1; k < 60 * 40 && !restarted; ++k) {
+        runner.frame(at_s(k / 60.0));
+        for (const vexlor::soundhit_t& hit : runner.sounds())
+            heard.emplace_back(runner.time(), hit);
+        restarted = runner.restarted();
+    }
+    ASSERT_TRUE(restarted);
+    ASSERT_EQ(heard.size(), placed.size());
+    for (std::size_t i = 0; i < placed.size(); ++i) {
+        EXPECT_EQ(heard[i].second.clip, placed[i].clip) << i;
+        EXPECT_EQ(heard[i].second.what, placed[i].what) << i;
+        EXPECT_EQ(heard[i].second.shell, placed[i].shell) << i;
+        EXPECT_GE(heard[i].first, placed[i].time - 1e-4) << i;
+        EXPECT_LT(heard[i].first, placed[i].time + 1.0 / 60.0 + 1e-4) << i;
+    }
+    EXPECT_GE(heard.back().first, placed.back().time - 1e-4) << "no restart before the last sound";
+}

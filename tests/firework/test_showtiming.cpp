@@ -225,7 +225,12 @@ TEST(ShowTiming, AHundredThousandShellsAreCountedFromTheirDesign)
 TEST(ShowTiming, SoundTimesAreEveryLaunchAndBurstInOrder)
 {
     const show_t show = vexlor::sharescene({at(3.0f, 2.0f, {}), at(0.5f, 4.0f, {}), at(1.0f, -0.25f, {})});
-    EXPECT_EQ(vexlor::soundtimes(show), (std::vector<double>{0.5, 0.75, 1.0, 3.0, 4.5, 5.0}));
+    std::vector<double> times;
+    for (const vexlor::soundcue_t& cue : vexlor::soundcues(show)) {
+        times.push_back(cue.time);
+        EXPECT_EQ(cue.clip, vexlor::soundclip_t::burst);
+    }
+    EXPECT_EQ(times, (std::vector<double>{0.5, 0.75, 1.0, 3.0, 4.5, 5.0}));
 }
 
 } // namespace

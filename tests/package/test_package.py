@@ -166,7 +166,9 @@ class Deb(unittest.TestCase):
         listing = run("dpkg-deb", "-c", self.deb, check=True).stdout
         # A link is listed as "./PATH -> TARGET".
         paths = {line.split(" -> ")[0].split()[-1].lstrip(".") for line in listing.splitlines()}
-        want = {"/usr/share/vexlor/reverb.wav", "/usr/share/applications/vexlor.desktop",
+        want = {"/usr/share/vexlor/reverb.wav", "/usr/share/vexlor/deepburst.wav",
+                "/usr/share/vexlor/deeperburst.wav", "/usr/share/vexlor/crackle.wav",
+                "/usr/share/applications/vexlor.desktop",
                 "/usr/share/mime/packages/vexlor.xml", "/usr/share/doc/vexlor/copyright",
                 "/usr/share/doc/vexlor/changelog.gz",
                 "/usr/share/icons/hicolor/scalable/apps/vexlor.svg"}
@@ -174,6 +176,7 @@ class Deb(unittest.TestCase):
         for program, section, _ in manpages():
             want |= {f"/usr/bin/{program}", f"/usr/share/man/man{section}/{program}.{section}.gz"}
         want |= {f"/usr/share/vexlor/shows/{rel}" for rel in gallery()}
+        want |= {"/usr/share/vexlor/slurm/vexlor-render.sbatch"}
         want |= {"/usr/libexec/xscreensaver/vexlor", "/usr/share/xscreensaver/config/vexlor.xml"}
         self.assertEqual(want - paths, set(), "missing from the package")
         self.assertEqual({p for p in paths if not p.startswith("/usr/")}, set(), "outside /usr")
@@ -184,6 +187,9 @@ class Deb(unittest.TestCase):
         self.assertIsNotNone(depends, fields)
         for library in ("libglfw3", "libfaudio0", "libepoxy0", "libc6"):
             self.assertIn(library, depends[1], "dependencies not computed from the programs")
+        # What vexlor-render and vexlor-farm run as programs.
+        for program in ("ffmpeg", "parallel"):
+            self.assertRegex(depends[1], rf"(^|, ){program}(,|$| )", "vexlor-farm's programs")
         self.assertRegex(fields, r"(?m)^Description: \S.*\n( \S.*\n)+")
         with open(os.path.join(SOURCE, "dist", "changelog")) as f:
             latest = re.match(r"vexlor \(([^)]+)\)", f.readline())
@@ -207,8 +213,9 @@ class Install(unittest.TestCase):
     """The tree built and installed from scratch by `build-fresh`."""
 
     def test_installed_sound_and_program(self):
-        self.assertTrue(os.path.isfile(os.path.join(STAGING, "share", "vexlor", "reverb.wav")),
-                        "the burst sound was not installed")
+        for clip in ("reverb.wav", "deepburst.wav", "deeperburst.wav", "crackle.wav"):
+            self.assertTrue(os.path.isfile(os.path.join(STAGING, "share", "vexlor", clip)),
+                            f"the sound {clip} was not installed")
         plays(self, os.path.join(STAGING, "bin", "vexlor"))
 
     def test_file_manager_opens_a_scene_file_with_the_viewer(self):

@@ -146,13 +146,15 @@ TEST(SceneTool, ShowFilesCheckedDescribedAndExpanded)
                                                   "time = -2\ncount = 100001\n");
     const result_t checked = run(dir, "check " + bad);
     EXPECT_TRUE(checked.status == 1 && checked.out.empty());
-    EXPECT_EQ(checked.err, bad + ":2:8: unknown kind \"sparkler\" (choose single, simple, blink, susuki, random, miniexhibition or scene)\n"
+    EXPECT_EQ(checked.err, bad + ":2:8: unknown kind \"sparkler\" (choose single, simple, blink, susuki, random, miniexhibition, scene, peony, chrysanthemum, dahlia, willow, palm, ring, crossette, strobe, crackle, multibreak, comet, mine or cake)\n"
                            + bad + ":6:8: time must lie from 0 to 14400 s\n"
                            + bad + ":7:9: count must lie from 1 to 100000\n");
     // Info and expand stop at the first problem; a failed expand writes nothing.
     const result_t expanded = run(dir, "expand " + bad + " " + dir.path + "/bad.scene");
     EXPECT_TRUE(expanded.status == 1 && expanded.err == bad + ":2:8: unknown kind \"sparkler\" (choose single, simple, "
-                                                             "blink, susuki, random, miniexhibition or scene)\n");
+                                                             "blink, susuki, random, miniexhibition, scene, peony, "
+                                                             "chrysanthemum, dahlia, willow, palm, ring, crossette, strobe, "
+                                                             "crackle, multibreak, comet, mine or cake)\n");
     EXPECT_FALSE(std::filesystem::exists(dir.path + "/bad.scene"));
     EXPECT_EQ(run(dir, "info " + dir.path + "/none.toml").status, 1);
     EXPECT_EQ(run(dir, "expand " + show).status, 2);
@@ -289,4 +291,81 @@ TEST(SceneTool, BeatsOfATrackAndOfAShowsShells)
     const result_t uncounted = run(dir, "check " + dir.write("uncounted.toml", words_music + "[[shell]]\nkind = \"single\"\ntime = 2\n"));
     EXPECT_EQ(uncounted.status, 1);
     EXPECT_EQ(std::count(uncounted.err.begin(), uncounted.err.end(), '\n'), 1) << uncounted.err;
+}
+
+namespace {
+
+// The numbers after each `"key": ` in a JSON text, in order.
+std::vector<double> jsonvalues(const std::string& json, const std::string& key)
+{
+    std::vector<double> values;
+    const std::string tag = "\"" + key + "\": ";
+    for (std::size_t at = json.find(tag); at != std::string::npos; at = json.find(tag, at + 1))
+        values.push_back(std::strtod(json.c_str() + at + tag.size(), nullptr));
+    return values;
+}
+
+} // namespace
+
+// Designers plan from info --json: real shells burst as high and as wide as
+// the published figures say (cylinders 30 m high and 14 m across an inch of
+// calibre; balls 90 mm: 120 m and 60 m, 150 mm: 190 m and 150-170 m, 300 mm:
+// 330 m and 300-320 m), within 15 %.
+TEST(SceneTool, InfoJsonTellsEachShellsBurstAsTheFiguresSay)
+{
+    tempdir dir;
+    struct { const char* calibre; const char* style; double height, diameter; } figures[] = {
+        {"75mm", "cylinder", 88.6, 41.3}, {"150mm", "cylinder", 177.2, 82.7}, {"300mm", "cylinder", 354.3, 165.4},
+        {"75mm", "ball", 100.0, 50.0},    {"150mm", "ball", 190.0, 160.0},    {"300mm", "ball", 330.0, 310.0},
+    };
+    std::string text = "[camera]\nposition = [0, -900, 2]\ntarget = [0, 0, 150]\n";
+    double time = 0.0;
+    for (const auto& f : figures) {
+        text += std::string("[[shell]]\nkind = \"peony\"\ntime = ") + std::to_string(time) + "\ncalibre = \"" + f.calibre
+              + "\"\nstyle = \"" + f.style + "\"\n";
+        time += 10.0;
+    }
+    const std::string show = dir.write("sizes.vexlor.toml", text);
+    const result_t info = run(dir, "info --json " + show);
+    ASSERT_EQ(info.status, 0) << info.err;
+    const std::vector<double> heights = jsonvalues(info.out, "burst_height");
+    const std::vector<double> diameters = jsonvalues(info.out, "burst_diameter");
+    const std::vector<double> launches = jsonvalues(info.out, "launch"), bursts = jsonvalues(info.out, "burst");
+    ASSERT_EQ(heights.size(), std::size(figures)) << info.out;
+    ASSERT_EQ(diameters.size(), std::size(figures));
+    for (std::size_t i = 0; i < std::size(figures); ++i) {
+        const auto& f = figures[i];
+        EXPECT_NEAR(heights[i], f.height, 0.15 * f.height) << f.calibre << " " << f.style;
+        EXPECT_NEAR(diameters[i], f.diameter, 0.15 * f.diameter) << f.calibre << " " << f.style;
+        EXPECT_DOUBLE_EQ(launches[i], 10.0 * static_cast<double>(i));
+        // Display shells' time fuses: 3 to 7 s.
+        EXPECT_GT(bursts[i] - launches[i], 2.5);
+        EXPECT_LT(bursts[i] - launches[i], 7.0);
+    }
+    const std::vector<double> ends = jsonvalues(info.out, "end");
+    ASSERT_EQ(ends.size(), std::size(figures));
+    EXPECT_DOUBLE_EQ(jsonvalues(info.out, "length").at(0), ends.back());
+    EXPECT_NE(info.out.find("\"kind\": \"peony\", \"calibre\": 300.000, \"style\": \"ball\""), std::string::npos);
+    EXPECT_EQ(jsonvalues(info.out, "designs").at(0), 6.0);
+
+    // A scene file has no calibres: its shells are told as such.
+    const result_t scene = run(dir, "info --json single");
+    EXPECT_EQ(scene.status, 0);
+    EXPECT_NE(scene.out.find("\"kind\": \"scene\""), std::string::npos) << scene.out;
+    EXPECT_EQ(run(dir, "info --json").status, 2);
+    EXPECT_EQ(run(dir, "info --json " + dir.path + "/none.toml").status, 1);
+}
+
+// A scene file holds plain stars only: expand refuses what it cannot write,
+// naming the shell's line and why, and writes nothing.
+TEST(SceneTool, ExpandRefusesEffectsASceneFileCannotHold)
+{
+    tempdir dir;
+    const std::string show = dir.write("willow.vexlor.toml", "[[shell]]\nkind = \"single\"\ntime = 0\n\n"
+                                                            "[[shell]]\nkind = \"willow\"\ntime = 1\n");
+    const std::string scene = dir.path + "/willow.scene";
+    const result_t expanded = run(dir, "expand " + show + " " + scene);
+    EXPECT_EQ(expanded.status, 1);
+    EXPECT_EQ(expanded.err, show + ":5:1: the willow shell cannot be expanded: a scene file cannot hold stars with tails\n");
+    EXPECT_FALSE(std::filesystem::exists(scene));
 }

@@ -68,7 +68,7 @@ public:
 
     bool begin(const soundwriter_t& sound, std::string& message) override
     {
-        if (!sound(m_sound.string(), message)) return false;
+        if (!m_format.chunk && !sound(m_sound.string(), message)) return false;
         return spawn(message);
     }
 
@@ -146,23 +146,32 @@ private:
             m_program, "-hide_banner", "-nostats", "-loglevel", "error", "-y",
             "-f", "rawvideo", "-pixel_format", wantsyuv() ? "nv12" : "rgba",
             "-video_size", std::to_string(m_format.width) + "x" + std::to_string(m_format.height),
-            "-framerate", number(m_format.fps), "-i", "pipe:0",
-            "-i", m_sound.string(), "-map", "0:v:0", "-map", "1:a:0",
-            "-colorspace", "bt709", "-color_primaries", "bt709", "-color_trc", "bt709", "-color_range", "tv"};
+            "-framerate", number(m_format.fps), "-i", "pipe:0"};
+        if (!m_format.chunk) args.insert(args.end(), {"-i", m_sound.string(), "-map", "0:v:0", "-map", "1:a:0"});
+        args.insert(args.end(), {
+            "-colorspace", "bt709", "-color_primaries", "bt709", "-color_trc", "bt709", "-color_range", "tv"});
         if (!wantsyuv()) {
             // RGBA comes bottom row first.
             args.insert(args.end(), {"-vf", "vflip,scale=out_color_matrix=bt709:out_range=tv"});
         }
         args.insert(args.end(), {"-pix_fmt", m_kind == outputkind_t::mp4 && wantsyuv() ? "nv12" : "yuv420p"});
-        const std::vector<std::string> codecs =
+        // A chunk's first frame is a key frame whatever the encoder: the
+        // chunks are joined without decoding.
+        const std::vector<std::string> video =
             m_kind == outputkind_t::mp4
-                ? std::vector<std::string>{"-c:v", "libx264", "-preset", "ultrafast", "-crf", "20",
-                                           "-c:a", "aac", "-b:a", "192k", "-movflags", "+faststart",
-                                           "-f", "mp4"}
+                ? std::vector<std::string>{"-c:v", "libx264", "-preset", "ultrafast", "-crf", "20"}
                 : std::vector<std::string>{"-c:v", "libvpx-vp9", "-crf", "32", "-b:v", "0",
-                                           "-deadline", "realtime", "-cpu-used", "8", "-row-mt", "1",
-                                           "-c:a", "libopus", "-b:a", "160k", "-f", "webm"};
-        args.insert(args.end(), codecs.begin(), codecs.end());
+                                           "-deadline", "realtime", "-cpu-used", "8", "-row-mt", "1"};
+        args.insert(args.end(), video.begin(), video.end());
+        if (m_format.chunk) args.insert(args.end(), {"-force_key_frames", "expr:eq(n,0)", "-an"});
+        else if (m_kind == outputkind_t::mp4)
+            args.insert(args.end(), {"-c:a", "aac", "-b:a", "192k"});
+        else
+            args.insert(args.end(), {"-c:a", "libopus", "-b:a", "160k"});
+        if (m_kind == outputkind_t::mp4)
+            args.insert(args.end(), {"-movflags", "+faststart", "-f", "mp4"});
+        else
+            args.insert(args.end(), {"-f", "webm"});
         args.push_back(m_partial.string());
         return args;
     }

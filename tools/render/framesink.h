@@ -5,6 +5,7 @@
 // place only when complete.
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <string>
@@ -43,6 +44,11 @@ struct sinkformat_t {
     int width = 0;
     int height = 0;
     double fps = 0.0;
+    // A chunk of a render split up: video only (begin() writes no sound),
+    // PNG frames numbered from `first` and moved in beside the other
+    // chunks' frames.
+    bool chunk = false;
+    std::size_t first = 0;
 };
 
 // The sink for `output`; null with one line in `message` when it cannot be

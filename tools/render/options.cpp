@@ -24,6 +24,8 @@ constexpr long k_mostpixels = 8192L * 4320L;
 // Frames a second: from a slide show's one to a slow-motion camera's thousand.
 constexpr double k_leastfps = 1.0;
 constexpr double k_mostfps = 1000.0;
+// As many chunks as a directory holds frames: one frame each at most.
+constexpr int k_mostchunks = static_cast<int>(k_mostframefiles);
 
 // "1920x1080": two whole numbers from 1 to 16384, at most 8K in all.
 std::string readsize(const std::string& text, int& width, int& height)
@@ -61,6 +63,24 @@ bool readnumber(const std::string& text, double& value)
     return !text.empty() && error == std::errc() && end == text.data() + text.size() && std::isfinite(value);
 }
 
+// "K/N": chunk K (from 1) of N.
+std::string readchunk(const std::string& text, int& chunk, int& chunks)
+{
+    const auto slash = text.find('/');
+    if (slash == std::string::npos || !readwhole(text.substr(0, slash), chunk) ||
+        !readwhole(text.substr(slash + 1), chunks))
+        return "--chunk " + text + ": not of the form K/N, such as 2/8";
+    if (chunks < 1 || chunks > k_mostchunks)
+        return "--chunk " + text + ": N must be from 1 to " + std::to_string(k_mostchunks);
+    if (chunk < 1 || chunk > chunks) return "--chunk " + text + ": K must be from 1 to N (" + std::to_string(chunks) + ")";
+    return {};
+}
+
+bool endswith(const std::string& text, const std::string& tail)
+{
+    return text.size() >= tail.size() && text.compare(text.size() - tail.size(), tail.size(), tail) == 0;
+}
+
 std::string shownames()
 {
     std::string text;
@@ -82,8 +102,7 @@ int parseoptions(int argc, char** argv, renderoptions_t& options)
     double to = -1.0;
     app.add_option("SHOW", options.show, "show file, scene file or built-in show")->required();
     app.add_option("-o,--output", options.output,
-                   "OUT.mp4 (H.264, AAC), OUT.webm (VP9, Opus) or DIR/ (PNG frames and sound.wav)")
-        ->required();
+                   "OUT.mp4 (H.264, AAC), OUT.webm (VP9, Opus) or DIR/ (PNG frames and sound.wav)");
     app.add_option("--size", size, "frame size WxH")->default_str("1920x1080");
     app.add_option("--fps", fps, "frames a second")->default_str("60");
     app.add_option("--from", from, "first frame's scene time, seconds")->default_str("0");
@@ -103,6 +122,16 @@ int parseoptions(int argc, char** argv, renderoptions_t& options)
                                          "most 1)")
         ->type_name("F")
         ->default_str("0.5");
+    std::string chunk;
+    auto* chunkopt = app.add_option("--chunk", chunk,
+                                    "render only the K-th of N equal spans of the frames, video only, for "
+                                    "joining with the others (PNG frames keep their numbers)")
+                         ->type_name("K/N");
+    app.add_flag("--sound-only", options.soundonly,
+                 "write only the whole render's sound track: to OUT.wav, or DIR/sound.wav");
+    app.add_flag("--list-inputs", options.listinputs,
+                 "print the files the show reads (the show file, its scene files, its music), one a line, "
+                 "and render nothing");
     app.add_flag("-q,--quiet", options.quiet, "no progress line");
     app.set_version_flag("--version", std::string("vexlor-render ") + VEXLOR_VERSION);
 
@@ -121,6 +150,10 @@ int parseoptions(int argc, char** argv, renderoptions_t& options)
         std::cerr << "vexlor-render: " << problem << " (try --help)" << std::endl;
         return 2;
     };
+    options.argv0 = argv[0];
+    // With an output named, its options are checked before the list.
+    if (options.listinputs && options.output.empty()) return -1;
+    if (options.output.empty()) return usage("-o,--output is required");
     if (const std::string problem = readsize(size, options.width, options.height); !problem.empty())
         return usage(problem);
     // Every time lies within a show's span, where the frames' float times
@@ -145,13 +178,22 @@ int parseoptions(int argc, char** argv, renderoptions_t& options)
                      std::to_string(k_mostinstants));
     if (!readnumber(shutter, options.shutter) || !(options.shutter > 0.0) || options.shutter > 1.0)
         return usage("--shutter " + shutter + ": must be a number above 0 and at most 1 (a fraction of a frame's time)");
+    if (chunkopt->count() > 0) {
+        if (const std::string problem = readchunk(chunk, options.chunk, options.chunks); !problem.empty())
+            return usage(problem);
+        if (options.soundonly) return usage("--chunk and --sound-only: a chunk is video only; render the sound once");
+        if (options.trails) return usage("--chunk and --trails: a frame with trails holds the frames before it");
+    }
     const outputkind_t kind = outputkind(options.output);
-    if (kind == outputkind_t::none)
+    if (options.soundonly) {
+        if (kind != outputkind_t::directory && !endswith(options.output, ".wav"))
+            return usage(options.output + ": --sound-only writes a .wav file, or sound.wav in a directory ending in /");
+    } else if (kind == outputkind_t::none)
         return usage(options.output + ": unknown kind of output (name a .mp4 or .webm file, or a directory ending in /)");
     if (kind == outputkind_t::directory && toopt->count() > 0 && std::ceil((to - from) * fps) > k_mostframefiles)
         return usage(options.output + ": a directory holds at most " + std::to_string(k_mostframefiles) +
                      " frames; choose a lower --fps or a shorter span");
-    if (kind != outputkind_t::directory && (options.width % 2 != 0 || options.height % 2 != 0))
+    if (kind != outputkind_t::directory && !options.soundonly && (options.width % 2 != 0 || options.height % 2 != 0))
         return usage("--size " + size + ": H.264 and VP9 video need an even width and height");
     options.fps = fps;
     options.from = from;

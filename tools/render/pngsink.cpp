@@ -34,6 +34,7 @@ public:
 
     bool begin(const soundwriter_t& sound, std::string& message) override
     {
+        if (m_format.chunk) return true;
         return sound((m_partial / "sound.wav").string(), message);
     }
 
@@ -44,7 +45,7 @@ public:
         // The name's digits are rewritten in place: no allocation per frame.
         // framename's six digits before ".png"; a render has fewer than a million frames.
         char digits[32];
-        std::snprintf(digits, sizeof digits, "%06zu", m_count);
+        std::snprintf(digits, sizeof digits, "%06zu", m_format.first + m_count);
         m_path.replace(m_path.size() - 10, 6, digits);
         FILE* file = std::fopen(m_path.c_str(), "wb");
         if (!file) {
@@ -76,7 +77,17 @@ public:
     bool finish(std::string& message) override
     {
         std::error_code ec;
-        if (!fs::exists(m_target, ec)) {
+        if (m_format.chunk) {
+            // The other chunks' frames, perhaps being moved in at the same
+            // time, are left alone.
+            fs::create_directories(m_target, ec);
+            for (auto entry = fs::directory_iterator(m_partial, ec); !ec && entry != fs::directory_iterator();
+                 entry.increment(ec)) {
+                fs::rename(entry->path(), m_target / entry->path().filename(), ec);
+                if (ec) break;
+            }
+            if (!ec) fs::remove(m_partial, ec);
+        } else if (!fs::exists(m_target, ec)) {
             fs::rename(m_partial, m_target, ec);
         } else {
             for (const auto& entry : fs::directory_iterator(m_partial, ec)) {

@@ -20,12 +20,16 @@
 
 #include <unistd.h>
 
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <cmath>
+#include <cstdint>
 #include <csignal>
 #include <cstdio>
+#include <filesystem>
 #include <iostream>
+#include <system_error>
 
 namespace vexlor {
 namespace {
@@ -85,7 +89,53 @@ private:
     bool m_drawn = false;
 };
 
+// The whole track alone, written under a temporary name beside the output
+// and renamed into place when complete; a directory gets "sound.wav".
+bool writesoundonly(const std::string& output, soundtrack_t& track, std::string& message)
+{
+    namespace fs = std::filesystem;
+    const bool folder = outputkind(output) == outputkind_t::directory;
+    const fs::path written = writtenpath(output);
+    std::error_code ec;
+    if (folder) fs::create_directories(written, ec);
+    if (ec) {
+        message = output + ": cannot write there (" + ec.message() + ")";
+        return false;
+    }
+    const fs::path target = folder ? written / "sound.wav" : written;
+    if (fs::is_directory(target, ec)) {
+        message = target.string() + ": is a directory";
+        return false;
+    }
+    const fs::path dir = target.has_parent_path() ? target.parent_path() : fs::path(".");
+    const fs::path partial = dir / partialname(dir.string(), target.filename().string(), ".wav");
+    if (!track.write(partial.string(), message)) {
+        fs::remove(partial, ec);
+        return false;
+    }
+    fs::rename(partial, target, ec);
+    if (ec) {
+        fs::remove(partial, ec);
+        message = target.string() + ": " + ec.message();
+        return false;
+    }
+    return true;
+}
+
 } // namespace
+
+chunkspan_t chunkof(std::size_t frames, int chunk, int chunks)
+{
+    // Boundaries at floor(k * frames / chunks): every frame in exactly one
+    // chunk, the chunks' sizes a frame apart at most. A render's frames
+    // (an hour at 1000 fps) times a chunk number fit in 64 bits.
+    const auto boundary = [&](int k) {
+        return static_cast<std::size_t>(static_cast<std::uint64_t>(frames) * static_cast<std::uint64_t>(k) /
+                                        static_cast<std::uint64_t>(chunks));
+    };
+    const std::size_t first = boundary(chunk - 1);
+    return {first, boundary(chunk) - first};
+}
 
 void stoprender()
 {
@@ -112,6 +162,19 @@ int render(const renderoptions_t& options, renderstats_t& stats)
         std::cerr << message << std::endl;
         return 1;
     }
+    if (options.listinputs) {
+        // Absolute, so that a copy elsewhere can keep their places relative
+        // to each other. A built-in show reads no file.
+        namespace fs = std::filesystem;
+        std::error_code ec;
+        std::vector<std::string> files;
+        if (fs::exists(options.show, ec)) files.push_back(options.show);
+        files.insert(files.end(), show.scenefiles.begin(), show.scenefiles.end());
+        if (!show.music.file.empty()) files.push_back(show.music.file);
+        for (const std::string& file : files) std::cout << fs::absolute(file, ec).string() << '\n';
+        std::cout.flush();
+        return std::cout ? 0 : fail("cannot write the list of files");
+    }
     return render(options, std::move(show), stats);
 }
 
@@ -130,12 +193,9 @@ int render(const renderoptions_t& options, show_t scene, renderstats_t& stats)
     const music_t music = scene.music;
     runner.load(std::move(scene));
 
-    const sinkformat_t format{options.width, options.height, options.fps};
-    std::unique_ptr<framesink_t> sink = makesink(options.output, format, message);
-    if (!sink) return fail(message);
-
+    std::unique_ptr<framesink_t> sink;
     const auto stopped = [&] {
-        sink->abandon();
+        if (sink) sink->abandon();
         std::cerr << k_program << ": stopped; " << options.output << " was not written" << std::endl;
         return k_stopped;
     };
@@ -152,25 +212,57 @@ int render(const renderoptions_t& options, show_t scene, renderstats_t& stats)
         return fail(options.show + ": the show runs longer than " + std::to_string(int(k_longestrender)) +
                     " s; choose an end with --to");
     if (!bounded && span.frames == 0) return fail(options.show + ": nothing to draw from " + from + " s on");
-    const std::size_t frames = span.frames;
-    if (outputkind(options.output) == outputkind_t::directory && frames > k_mostframefiles)
-        return fail(options.output + ": " + std::to_string(frames) + " frames; a directory holds at most " +
+    if (!options.soundonly && outputkind(options.output) == outputkind_t::directory && span.frames > k_mostframefiles)
+        return fail(options.output + ": " + std::to_string(span.frames) + " frames; a directory holds at most " +
                     std::to_string(k_mostframefiles) + " (choose a lower --fps or a shorter span)");
+    const chunkspan_t part = options.chunks > 0 ? chunkof(span.frames, options.chunk, options.chunks)
+                                                : chunkspan_t{0, span.frames};
+    if (options.chunks > 0 && part.frames == 0)
+        return fail(options.show + ": chunk " + std::to_string(options.chunk) + "/" + std::to_string(options.chunks) +
+                    " holds no frames: the render has " + std::to_string(span.frames) + "; choose at most " +
+                    std::to_string(span.frames) + " chunks");
+    const std::size_t frames = part.frames;
     const std::size_t largest =
-        frames == 0 ? 0 : runner.timing().busiest(runner.show(), span.fps, span.from, span.at(frames - 1)).points;
+        frames == 0 ? 0
+                    : runner.timing()
+                          .busiest(runner.show(), span.fps, span.at(part.first), span.at(part.first + frames - 1))
+                          .points;
 
-    sndkit::clip_t burst;
-    const std::string soundpath = basekit::finddata("reverb.wav", options.argv0.c_str());
-    if (!sndkit::loadclip(soundpath, k_soundrate, burst, message)) return fail(message);
+    const sinkformat_t format{options.width, options.height, options.fps, options.chunks > 0, part.first};
+    if (!options.soundonly) {
+        sink = makesink(options.output, format, message);
+        if (!sink) return fail(message);
+    }
+
+    // Each clip the show sounds, read once.
+    const std::vector<rendersound_t> sounds = runner.rendersounds(span);
+    std::array<sndkit::clip_t, soundclips> clips;
+    std::array<bool, soundclips> loaded{};
+    for (const rendersound_t& sound : sounds) {
+        const auto clip = static_cast<std::size_t>(sound.clip);
+        if (loaded[clip]) continue;
+        const std::string soundpath = basekit::finddata(soundfile(sound.clip), options.argv0.c_str());
+        if (!sndkit::loadclip(soundpath, k_soundrate, clips[clip], message)) return fail(message);
+        loaded[clip] = true;
+    }
     // As long as the span, whatever its frames: the track ends where the span does.
     soundtrack_t track(static_cast<std::size_t>(std::llround(span.seconds * k_soundrate)));
     track.stopwhen(stopping);
-    for (const rendersound_t& sound : runner.rendersounds(span))
-        track.add(burst, std::llround((sound.time - options.from) * k_soundrate));
+    for (const rendersound_t& sound : sounds)
+        track.add(clips[static_cast<std::size_t>(sound.clip)], std::llround((sound.time - options.from) * k_soundrate));
     if (!music.file.empty() && !track.music(music.file, music.offset, music.gain, options.from, message))
         return fail(musicproblem(music, message));
     stats.scan = since(start);
     if (g_stop) return stopped();
+    if (options.soundonly) {
+        if (!writesoundonly(options.output, track, message)) return g_stop ? stopped() : fail(message);
+        stats.scan = stats.seconds = since(start);
+        char summary[160];
+        std::snprintf(summary, sizeof summary, "the sound track of %zu %s, %.2f s, in %.1f s", span.frames,
+                      span.frames == 1 ? "frame" : "frames", span.seconds, stats.seconds);
+        std::cerr << k_program << ": " << options.output << ": " << summary << std::endl;
+        return 0;
+    }
 
     eglcontext_t context;
     if (!context.Init(message)) return fail(message);
@@ -183,6 +275,7 @@ int render(const renderoptions_t& options, show_t scene, renderstats_t& stats)
     frame.Init(largest);
     // The driver's log is out already; without shaders every frame would be grey.
     if (shaderfailed()) return fail("the shaders did not build; nothing was written");
+    frame.SetView(runner.show().camera);
     frame.Reshape(options.width, options.height);
     // The command line's look over the show's; renders draw it in full.
     const look_t look = chooselook(runner.show().look, options.look);
@@ -223,7 +316,8 @@ int render(const renderoptions_t& options, show_t scene, renderstats_t& stats)
     for (std::size_t k = 0; k < frames && ok; ++k) {
         if (g_stop) break;
         auto begin = steady::now();
-        const double evaluating = drawshowframe(source, frame, span.at(k), shutter, target.framebuffer());
+        const double evaluating =
+            drawshowframe(source, frame, span.at(part.first + k), shutter, target.framebuffer());
         stats.evaluate += evaluating;
         stats.draw += since(begin) - evaluating;
 
@@ -266,10 +360,14 @@ int render(const renderoptions_t& options, show_t scene, renderstats_t& stats)
     }
     stats.seconds = since(start);
 
-    const double length = span.seconds;
+    const double length = options.chunks > 0 ? static_cast<double>(frames) / options.fps : span.seconds;
     char summary[256];
-    std::snprintf(summary, sizeof summary, "%zu %s, %.2f s of show at %dx%d, %g fps, in %.1f s (%.1f fps)",
-                  frames, frames == 1 ? "frame" : "frames", length, options.width, options.height, options.fps, stats.seconds,
+    char chunk[64] = "";
+    if (options.chunks > 0)
+        std::snprintf(chunk, sizeof chunk, " (chunk %d/%d from frame %zu)", options.chunk, options.chunks,
+                      part.first);
+    std::snprintf(summary, sizeof summary, "%zu %s%s, %.2f s of show at %dx%d, %g fps, in %.1f s (%.1f fps)",
+                  frames, frames == 1 ? "frame" : "frames", chunk, length, options.width, options.height, options.fps, stats.seconds,
                   stats.seconds > 0 ? frames / stats.seconds : 0.0);
     std::cerr << k_program << ": " << options.output << ": " << summary << std::endl;
     return 0;

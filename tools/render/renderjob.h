@@ -26,6 +26,12 @@ struct renderoptions_t {
     int motionblur = 1;  // instants a frame is drawn from
     double shutter = 0.5; // the shutter's interval, a fraction of a frame's time
     bool quiet = false;
+    // The chunk-th of `chunks` equal spans of the frames, video only (0 of
+    // 0: all of them, with sound).
+    int chunk = 0;
+    int chunks = 0;
+    bool soundonly = false; // the whole span's sound track and no frames
+    bool listinputs = false; // print the files the show reads and stop
     std::string argv0; // to find the burst sound as the viewer does
 };
 
@@ -44,6 +50,14 @@ struct renderstats_t {
                             // (a software renderer draws when the read forces it)
     double encode = 0.0;    // handing frames to the output, and finishing it
 };
+
+// The frames of the chunk-th (from 1) of `chunks` equal spans of a render's
+// `frames`.
+struct chunkspan_t {
+    std::size_t first = 0;
+    std::size_t frames = 0;
+};
+chunkspan_t chunkof(std::size_t frames, int chunk, int chunks);
 
 // Asks a running render to stop (safe in a signal handler).
 void stoprender();

@@ -5,7 +5,9 @@
 // (an empty file name included).
 #include "audio/musicstream.h"
 #include "audio/trackscan.h"
+#include "firework/ballistic.h"
 #include "firework/builtin.h"
+#include "firework/framing.h"
 #include "firework/loadsave.h"
 #include "firework/openshow.h"
 #include "firework/scenecheck.h"
@@ -13,6 +15,7 @@
 #include "firework/showbeats.h"
 #include "firework/showfile.h"
 #include "firework/showtiming.h"
+#include "firework/soundcue.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -20,6 +23,8 @@
 #include <cstdio>
 #include <cstring>
 #include <iostream>
+#include <limits>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -32,13 +37,17 @@ constexpr const char* program = "vexlor-scene";
 const char* const helptext =
     "Usage: vexlor-scene make SHOW FILE\n"
     "       vexlor-scene check FILE\n"
-    "       vexlor-scene info FILE\n"
+    "       vexlor-scene info [--json] FILE\n"
     "       vexlor-scene expand SHOWFILE SCENEFILE\n"
     "       vexlor-scene beats TRACK\n"
     "Writes the built-in shows of the vexlor fireworks viewer to scene files,\n"
     "checks show and scene files, tells what is in them and expands show files\n"
     "into scene files, and finds the beats of music tracks. Show and scene files\n"
     "are told apart by their content.\n"
+    "A show file's shells are of the kinds single, simple, blink, susuki,\n"
+    "random, miniexhibition and scene, or real effects sized by their calibre:\n"
+    "peony, chrysanthemum, dahlia, willow, palm, ring, crossette, strobe,\n"
+    "crackle, multibreak, comet, mine and cake (see the README).\n"
     "\n"
     "  make SHOW FILE      write the show SHOW to FILE; SHOW is one of\n"
     "                      single, simple, random, miniexhibition, blink, susuki\n"
@@ -53,8 +62,15 @@ const char* const helptext =
     "                      and the music's file, length and format; when the\n"
     "                      music has beats, the beat each shell breaks on;\n"
     "                      FILE may also name a built-in show\n"
+    "  info --json FILE    the same as one JSON object, with each shell's kind,\n"
+    "                      calibre, style, launch and burst times, burst point\n"
+    "                      and height above its launch site, burst diameter and\n"
+    "                      the time its last star goes out (metres, seconds)\n"
     "  expand SHOW SCENE   write SHOW (a show file, scene file or built-in show)\n"
-    "                      as the scene file SCENE\n"
+    "                      as the scene file SCENE; shells whose stars have\n"
+    "                      effects a scene file cannot hold (every kind sized\n"
+    "                      by calibre) are refused: the first is named by its\n"
+    "                      line and nothing is written\n"
     "  beats TRACK         find the beats of the music file TRACK: print its\n"
     "                      tempo, then the time of every beat in seconds from\n"
     "                      the track's start, one a line (beat 1 first)\n"
@@ -163,8 +179,9 @@ int info(const std::string& path)
         std::snprintf(line, sizeof line, "length: %.3f s\n", std::max(0.0, static_cast<double>(timing.end())));
     std::cout << line;
     std::snprintf(line, sizeof line, "largest frame: %zu points at %.3f s\n", busiest.points, busiest.at);
-    // Each shell's launch and burst: the frame after the end has asked for all.
-    std::cout << line << "sounds: " << 2 * show.shells.size() << '\n';
+    // Every launch, burst and crackle heard: the frame after the end has
+    // asked for all.
+    std::cout << line << "sounds: " << vexlor::soundcues(show).size() << '\n';
     if (show.look.night()) std::cout << "look: " << vexlor::describelook(show.look) << '\n';
     if (!show.music.file.empty()) {
         sndkit::musicinfo_t music;
@@ -234,11 +251,123 @@ int beats(const char* path)
     return 0;
 }
 
+// A string as JSON writes it.
+std::string jsonstring(const std::string& text)
+{
+    std::string out = "\"";
+    for (const char c : text) {
+        const auto u = static_cast<unsigned char>(c);
+        if (c == '"' || c == '\\') {
+            out += '\\';
+            out += c;
+        } else if (u < 0x20) {
+            char escaped[8];
+            std::snprintf(escaped, sizeof escaped, "\\u%04x", u);
+            out += escaped;
+        } else {
+            out += c;
+        }
+    }
+    return out + "\"";
+}
+
+// A number as JSON writes it: millisecond (or millimetre) steps; null for
+// what JSON has no number for.
+std::string jsonnumber(double value)
+{
+    if (!std::isfinite(value))
+        return "null";
+    char text[64];
+    std::snprintf(text, sizeof text, "%.3f", value);
+    return text;
+}
+
+const char* partname(vexlor::part_t part)
+{
+    switch (part) {
+    case vexlor::part_t::laterbreak: return "laterbreak";
+    case vexlor::part_t::risingtail: return "risingtail";
+    case vexlor::part_t::shot: return "shot";
+    case vexlor::part_t::whole: break;
+    }
+    return "whole";
+}
+
+int infojson(const std::string& path)
+{
+    vexlor::show_t show;
+    if (!open(path, show))
+        return 1;
+    vexlor::showtiming_t timing;
+    timing.analyse(show);
+    const vexlor::busiest_t busiest = timing.busiest(show);
+    std::map<std::size_t, double> diameters; // per design, measured once
+    std::string out = "{\n  \"file\": " + jsonstring(path) + ",\n";
+    out += "  \"length\": " + jsonnumber(timing.ends() ? std::max(0.0, static_cast<double>(timing.end()))
+                                                          : std::numeric_limits<double>::infinity()) + ",\n";
+    out += "  \"busiest\": {\"points\": " + std::to_string(busiest.points) + ", \"at\": " + jsonnumber(busiest.at)
+         + "},\n";
+    out += "  \"designs\": " + std::to_string(show.designs.size()) + ",\n";
+    out += "  \"effects\": " + std::to_string(show.effects.size()) + ",\n";
+    if (!show.music.file.empty())
+        out += "  \"music\": " + jsonstring(show.music.file) + ",\n";
+    if (show.camera.placed) {
+        const geokit::position3_t& p = show.camera.position;
+        const geokit::position3_t& q = show.camera.target;
+        out += "  \"camera\": {\"position\": [" + jsonnumber(p.x) + ", " + jsonnumber(p.y) + ", " + jsonnumber(p.z)
+             + "], \"target\": [" + jsonnumber(q.x) + ", " + jsonnumber(q.y) + ", " + jsonnumber(q.z)
+             + "], \"fov\": " + jsonnumber(show.camera.fov) + "},\n";
+    }
+    out += "  \"shells\": [";
+    for (std::size_t i = 0; i < show.shells.size(); ++i) {
+        const vexlor::firework_t& shell = show.shells[i];
+        const vexlor::shellnote_t note = vexlor::noteof(show, i);
+        const vexlor::entrynote_t* entry = note.entry < show.entries.size() ? &show.entries[note.entry] : nullptr;
+        const vexlor::shelltimes_t& times = timing.shells()[i];
+        const std::size_t design = show.design[i];
+        auto found = diameters.find(design);
+        if (found == diameters.end())
+            found = diameters.emplace(design, vexlor::designbox(show, design).diameter()).first;
+        const geokit::position3_t B = vexlor::ballistic(shell.position, shell.velocity, shell.fuse, shell.drag);
+        out += i == 0 ? "\n" : ",\n";
+        out += "    {\"kind\": " + jsonstring(entry != nullptr ? entry->kind : "scene");
+        if (entry != nullptr && entry->calibre > 0.0)
+            out += ", \"calibre\": " + jsonnumber(entry->calibre) + ", \"style\": " + jsonstring(entry->style);
+        if (entry != nullptr)
+            out += ", \"line\": " + std::to_string(entry->line);
+        out += ", \"part\": " + jsonstring(partname(note.part)) + ", \"index\": " + std::to_string(note.index);
+        out += ", \"launch\": " + jsonnumber(times.launch) + ", \"burst\": " + jsonnumber(times.burst);
+        out += ", \"burst_point\": [" + jsonnumber(B.x) + ", " + jsonnumber(B.y) + ", " + jsonnumber(B.z) + "]";
+        out += ", \"burst_height\": " + jsonnumber(static_cast<double>(B.z) - shell.position.z);
+        out += ", \"burst_diameter\": " + jsonnumber(found->second);
+        out += ", \"end\": " + jsonnumber(times.out) + "}";
+    }
+    out += show.shells.empty() ? "]\n}\n" : "\n  ]\n}\n";
+    std::cout << out;
+    return 0;
+}
+
 int expand(const std::string& from, const char* to)
 {
     vexlor::show_t show;
     if (!open(from, show))
         return 1;
+    // Refused before the file is touched: a scene file cannot hold what
+    // the real kinds draw.
+    for (std::size_t i = 0; i < show.shells.size(); ++i) {
+        std::string reason;
+        if (vexlor::expandable(show, i, reason))
+            continue;
+        const vexlor::shellnote_t note = vexlor::noteof(show, i);
+        if (note.entry < show.entries.size()) {
+            const vexlor::entrynote_t& entry = show.entries[note.entry];
+            std::cerr << show.sourcefile << ":" << entry.line << ":" << entry.column << ": the " << entry.kind
+                      << " shell cannot be expanded: " << reason << std::endl;
+        } else {
+            std::cerr << from << ": shell " << i + 1 << " cannot be expanded: " << reason << std::endl;
+        }
+        return 1;
+    }
     if (!vexlor::save(to, show))
         return cannotwrite(to);
     return 0;
@@ -271,6 +400,13 @@ int run(int argc, char** argv)
         if (argv[2][0] == '\0')
             return usage("the file name is empty");
         return beats(argv[2]);
+    }
+    if (command == "info" && argc >= 3 && std::string(argv[2]) == "--json") {
+        if (argc != 4)
+            return usage("info --json takes one file name");
+        if (argv[3][0] == '\0')
+            return usage("the file name is empty");
+        return infojson(argv[3]);
     }
     if (command == "check" || command == "info") {
         if (argc != 3)
