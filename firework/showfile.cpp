@@ -826,7 +826,8 @@ private:
         if (key != "burst" && key != "beat" && key != "every")
             return nullptr;
         switch (kind) {
-        case kind_t::cake: return "its shots break one after another, with no one burst to time; give time, its first shot's launch";
+        case kind_t::cake:
+            return "its shots break one after another, with no one burst to time; give time, its first shot's launch";
         case kind_t::comet: return "it burns from the ground up and never breaks; give time, its launch";
         case kind_t::mine: return "it goes off as it leaves the ground, with no burst to time; give time, its launch";
         default: return nullptr;
@@ -1164,7 +1165,7 @@ private:
 
     // ---- Bursts and beats
 
-    // A one-shell entry is timed by one of time, burst and beat; its
+    // An entry with one burst is timed by one of time, burst and beat; its
     // repetitions are `interval` seconds apart, or `every` beats with beat.
     void readwhen(const toml::table& table, const entry_t& entry)
     {
