@@ -200,13 +200,13 @@ struct breakout_t {
 };
 
 // One break in the air, its stars thrown from the burst point.
-breakout_t makebreak(const breakspec_t& spec)
+breakout_t makebreak(const breakspec_t& asked)
 {
-    const shellsize_t size = shellsize(spec.calibre, spec.style);
+    const shellsize_t size = shellsize(asked.calibre, asked.style);
     const double radius = 0.5 * size.diameter;
     const std::vector<geokit::color3a_t> colors =
-        spec.colors.empty() ? std::vector<geokit::color3a_t>{owncolor(spec.kind)} : spec.colors;
-    const double point = starpoint(spec.calibre);
+        asked.colors.empty() ? std::vector<geokit::color3a_t>{owncolor(asked.kind)} : asked.colors;
+    const double point = starpoint(asked.calibre);
     designer_t made;
     breakout_t out;
 
@@ -216,7 +216,7 @@ breakout_t makebreak(const breakspec_t& spec)
     double width = 1.0; // the break's width as a share of the figures'
     double pointscale = 1.0;
     stageeffect_t effect = airstage();
-    switch (spec.kind) {
+    switch (asked.kind) {
     case effectkind_t::chrysanthemum:
         // Stars with a tail of charcoal sparks.
         effect.tail = 10;
@@ -244,7 +244,7 @@ breakout_t makebreak(const breakspec_t& spec)
         break;
     case effectkind_t::palm:
         // A few heavy comet stars with thick tails.
-        count = 6.0 + spec.calibre / 40.0;
+        count = 6.0 + asked.calibre / 40.0;
         burn *= 1.6;
         pointscale = 1.8;
         effect.tail = 16;
@@ -252,7 +252,7 @@ breakout_t makebreak(const breakspec_t& spec)
         effect.tailsize = 0.9f;
         break;
     case effectkind_t::ring:
-        count = 16.0 + spec.calibre / 3.0;
+        count = 16.0 + asked.calibre / 3.0;
         break;
     case effectkind_t::crossette:
         count = std::max(8.0, count / 6.0);
@@ -268,9 +268,9 @@ breakout_t makebreak(const breakspec_t& spec)
     default:
         break;
     }
-    if (spec.stars > 0)
-        count = static_cast<double>(spec.stars);
-    const double rate = spec.strobe > 0.0 ? spec.strobe : spec.kind == effectkind_t::strobe ? 8.0 : 0.0;
+    if (asked.stars > 0)
+        count = static_cast<double>(asked.stars);
+    const double rate = asked.strobe > 0.0 ? asked.strobe : asked.kind == effectkind_t::strobe ? 8.0 : 0.0;
     if (rate > 0.0) {
         effect.strobe = static_cast<float>(rate);
         effect.duty = 0.35f;
@@ -278,30 +278,30 @@ breakout_t makebreak(const breakspec_t& spec)
     // Most of the flight is done by the time the star burns out (a willow's
     // much earlier: it hangs); the speed makes the widest spread the
     // figures' radius.
-    const double k = spec.kind == effectkind_t::willow ? 1.8 : 3.5 / burn;
+    const double k = asked.kind == effectkind_t::willow ? 1.8 : 3.5 / burn;
     const float drag = dragof(k);
-    const double crossettesplit = spec.split > 0.0 ? spec.split : 0.5 * size.burn;
+    const double crossettesplit = asked.split > 0.0 ? asked.split : 0.5 * size.burn;
     double flight = burn; // how long the stars fly outwards
-    if (spec.kind == effectkind_t::crossette)
+    if (asked.kind == effectkind_t::crossette)
         flight = crossettesplit + 0.6 * size.burn;
     const double speed = width * radius / reach(k, flight);
     const auto n = static_cast<std::size_t>(std::max(1.0, std::round(count)));
     const float starsize = static_cast<float>(point * pointscale);
-    const bool crackles = spec.crackle || spec.kind == effectkind_t::crackle;
+    const bool crackles = asked.crackle || asked.kind == effectkind_t::crackle;
 
     // The ring's plane leans back from facing the audience (the x-z plane).
-    const double tilt = spec.tilt * k_degree;
+    const double tilt = asked.tilt * k_degree;
     for (std::size_t i = 0; i < n; ++i) {
         geokit::direction3_t direction;
-        if (spec.kind == effectkind_t::ring) {
+        if (asked.kind == effectkind_t::ring) {
             const double turn = 2.0 * k_pi * static_cast<double>(i) / static_cast<double>(n);
             direction = vec(std::cos(turn), -std::sin(turn) * std::sin(tilt), std::sin(turn) * std::cos(tilt));
-        } else if (spec.kind == effectkind_t::palm) {
+        } else if (asked.kind == effectkind_t::palm) {
             direction = spread(i, n, -0.35);
         } else {
             direction = spread(i, n);
         }
-        if (spec.kind == effectkind_t::crossette) {
+        if (asked.kind == effectkind_t::crossette) {
             made.star(direction, speed, drag, starsize, starfilms(colors, crossettesplit), effect);
             // Four pieces across the star's path at the split, a third of its
             // first speed apart (crossette stars break in four: the trade's
@@ -333,17 +333,17 @@ breakout_t makebreak(const breakspec_t& spec)
         const std::vector<film_t> films = starfilms(colors, burn);
         made.star(direction, speed, drag, starsize, films, effect);
         if (crackles)
-            addcrackle(made, filmsum(films), spec.calibre, radius, drag);
+            addcrackle(made, filmsum(films), asked.calibre, radius, drag);
     }
     if (crackles)
         out.crackle = static_cast<float>(burn); // as the stars go out
 
     // A pistil: a core of a quarter as many stars, slower and shorter.
-    if (spec.pistil) {
+    if (asked.pistil) {
         const std::size_t core = std::max<std::size_t>(4, n / 4);
         for (std::size_t i = 0; i < core; ++i)
             made.star(spread(i, core), 0.4 * speed, drag, static_cast<float>(0.9 * point),
-                      starfilms({spec.pistilcolor}, 0.8 * size.burn), airstage());
+                      starfilms({asked.pistilcolor}, 0.8 * size.burn), airstage());
     }
     out.design = made.finish();
     return out;
@@ -386,7 +386,7 @@ madedesign_t risingtail(const firework_t& shell, double calibre)
 // A comet: one bright star fired from the ground, a tail behind it, burning
 // out just after the top of its climb, about 70 % as high as a cylinder
 // shell of its calibre breaks (our choice).
-madedesign_t comet(const breakspec_t& spec, double angle, double azimuth, double calibre)
+madedesign_t comet(const breakspec_t& asked, double angle, double azimuth, double calibre)
 {
     const double height = 0.7 * shellsize(calibre, style_t::cylinder).height;
     const double k = 1.0;
@@ -409,7 +409,7 @@ madedesign_t comet(const breakspec_t& spec, double angle, double azimuth, double
     effect.tailsize = 0.8f;
     designer_t made;
     const std::vector<geokit::color3a_t> colors =
-        spec.colors.empty() ? std::vector<geokit::color3a_t>{owncolor(effectkind_t::comet)} : spec.colors;
+        asked.colors.empty() ? std::vector<geokit::color3a_t>{owncolor(effectkind_t::comet)} : asked.colors;
     made.star(vec(x, y, z), high, dragof(k), static_cast<float>(1.5 * starpoint(calibre)), starfilms(colors, at + 0.4),
               effect);
     return made.finish();
@@ -417,9 +417,9 @@ madedesign_t comet(const breakspec_t& spec, double angle, double azimuth, double
 
 // A mine: a spray of stars thrown from the ground in a cone, each a little
 // slower or faster, to about half a cylinder shell's height (our choice).
-madedesign_t mine(const breakspec_t& spec, double angle, double azimuth, double cone)
+madedesign_t mine(const breakspec_t& asked, double angle, double azimuth, double cone)
 {
-    const shellsize_t size = shellsize(spec.calibre, style_t::cylinder);
+    const shellsize_t size = shellsize(asked.calibre, style_t::cylinder);
     const double height = 0.5 * size.height;
     const double k = 1.2;
     const double fall = k_g / k;
@@ -433,9 +433,9 @@ madedesign_t mine(const breakspec_t& spec, double angle, double azimuth, double 
         (top(middle) < height ? low : high) = middle;
     }
     top(high);
-    const std::size_t n = spec.stars > 0 ? spec.stars : std::max<std::size_t>(12, size.stars * 6 / 10);
+    const std::size_t n = asked.stars > 0 ? asked.stars : std::max<std::size_t>(12, size.stars * 6 / 10);
     const std::vector<geokit::color3a_t> colors =
-        spec.colors.empty() ? std::vector<geokit::color3a_t>{owncolor(effectkind_t::mine)} : spec.colors;
+        asked.colors.empty() ? std::vector<geokit::color3a_t>{owncolor(effectkind_t::mine)} : asked.colors;
     stageeffect_t effect = airstage();
     effect.tail = 6;
     effect.tailgap = 0.04f;
@@ -460,20 +460,20 @@ madedesign_t mine(const breakspec_t& spec, double angle, double azimuth, double 
         const geokit::direction3_t d =
             vec(ax * h + ux * px + wx * py, ay * h + uy * px + wy * py, az * h + uz * px + wz * py);
         const double pace = 0.8 + 0.2 * starnoise(0x6d696e65u, static_cast<std::uint32_t>(i));
-        made.star(d, high * pace, dragof(k), static_cast<float>(0.9 * starpoint(spec.calibre)),
+        made.star(d, high * pace, dragof(k), static_cast<float>(0.9 * starpoint(asked.calibre)),
                   starfilms(colors, at * 1.1), effect);
     }
     return made.finish();
 }
 
-void multibreakshells(const shellspec_t& spec, std::vector<madeshell_t>& shells)
+void multibreakshells(const shellspec_t& asked, std::vector<madeshell_t>& shells)
 {
     static const double shares[3] = {0.8, 0.65, 0.5};
-    const double calibre = spec.shell.calibre;
-    const double interval = spec.breakinterval > 0.0 ? spec.breakinterval : 0.25 + 0.004 * calibre;
-    std::vector<breakspec_t> breaks = spec.breaks;
+    const double calibre = asked.shell.calibre;
+    const double interval = asked.breakinterval > 0.0 ? asked.breakinterval : 0.25 + 0.004 * calibre;
+    std::vector<breakspec_t> breaks = asked.breaks;
     if (breaks.empty()) {
-        breakspec_t first = spec.shell, second = spec.shell;
+        breakspec_t first = asked.shell, second = asked.shell;
         first.kind = effectkind_t::peony;
         second.kind = effectkind_t::chrysanthemum;
         breaks = {first, second};
@@ -481,10 +481,10 @@ void multibreakshells(const shellspec_t& spec, std::vector<madeshell_t>& shells)
     for (std::size_t k = 0; k < breaks.size() && k < 3; ++k) {
         breakspec_t part = breaks[k];
         part.calibre = shares[k] * calibre;
-        part.style = spec.shell.style;
+        part.style = asked.shell.style;
         madeshell_t shell;
         // Every stage rides the one shell: the same launch, a later break.
-        shell.header = shellheader(calibre, spec.shell.style, spec.angle, spec.azimuth, static_cast<double>(k) * interval);
+        shell.header = shellheader(calibre, asked.shell.style, asked.angle, asked.azimuth, static_cast<double>(k) * interval);
         breakout_t out = makebreak(part);
         shell.design = std::move(out.design);
         shell.note.part = k == 0 ? part_t::whole : part_t::laterbreak;
@@ -497,25 +497,25 @@ void multibreakshells(const shellspec_t& spec, std::vector<madeshell_t>& shells)
 }
 
 // One shell breaking in the air, with a palm's rising tail beside it.
-void airshell(const breakspec_t& spec, double angle, double azimuth, std::vector<madeshell_t>& shells, part_t part,
+void airshell(const breakspec_t& asked, double angle, double azimuth, std::vector<madeshell_t>& shells, part_t part,
               std::uint16_t index, double time)
 {
     madeshell_t shell;
-    shell.header = shellheader(spec.calibre, spec.style, angle, azimuth, 0.0);
+    shell.header = shellheader(asked.calibre, asked.style, angle, azimuth, 0.0);
     shell.header.time = static_cast<float>(time);
-    breakout_t out = makebreak(spec);
+    breakout_t out = makebreak(asked);
     shell.design = std::move(out.design);
     shell.note.part = part;
     shell.note.index = index;
-    shell.note.burst = burstclip(spec.calibre);
+    shell.note.burst = burstclip(asked.calibre);
     shell.note.crackle = out.crackle;
     shells.push_back(std::move(shell));
-    if (spec.kind == effectkind_t::palm) {
+    if (asked.kind == effectkind_t::palm) {
         madeshell_t tail;
         tail.header = shells.back().header;
         tail.header.fuse = 0.0f;
         tail.header.size = 0.0f;
-        tail.design = risingtail(shells.back().header, spec.calibre);
+        tail.design = risingtail(shells.back().header, asked.calibre);
         tail.note.part = part_t::risingtail;
         tail.note.index = index;
         tail.note.launch = soundclip_t::none;
@@ -580,42 +580,42 @@ soundclip_t burstclip(double calibre)
     return calibre < 100.0 ? soundclip_t::burst : calibre < 200.0 ? soundclip_t::deepburst : soundclip_t::deeperburst;
 }
 
-std::vector<madeshell_t> makeshells(const shellspec_t& spec)
+std::vector<madeshell_t> makeshells(const shellspec_t& asked)
 {
     std::vector<madeshell_t> shells;
-    const breakspec_t& shell = spec.shell;
+    const breakspec_t& shell = asked.shell;
     switch (shell.kind) {
     case effectkind_t::multibreak:
-        multibreakshells(spec, shells);
+        multibreakshells(asked, shells);
         break;
     case effectkind_t::comet:
-        shells.push_back(groundshell(comet(shell, spec.angle, spec.azimuth, shell.calibre), 0.0, part_t::whole, 0));
+        shells.push_back(groundshell(comet(shell, asked.angle, asked.azimuth, shell.calibre), 0.0, part_t::whole, 0));
         break;
     case effectkind_t::mine:
-        shells.push_back(groundshell(mine(shell, spec.angle, spec.azimuth, spec.cone), 0.0, part_t::whole, 0));
+        shells.push_back(groundshell(mine(shell, asked.angle, asked.azimuth, asked.cone), 0.0, part_t::whole, 0));
         break;
     case effectkind_t::cake:
-        for (std::size_t i = 0; i < spec.shots; ++i) {
+        for (std::size_t i = 0; i < asked.shots; ++i) {
             // Across the fan, evenly from one side to the other, in the
             // plane of the azimuth.
             const double across =
-                spec.shots > 1 ? -0.5 * spec.fan + spec.fan * static_cast<double>(i) / static_cast<double>(spec.shots - 1)
+                asked.shots > 1 ? -0.5 * asked.fan + asked.fan * static_cast<double>(i) / static_cast<double>(asked.shots - 1)
                                : 0.0;
-            const double lean = spec.angle + across;
+            const double lean = asked.angle + across;
             const double angle = std::fabs(lean);
-            const double azimuth = lean < 0.0 ? spec.azimuth + 180.0 : spec.azimuth;
-            const double time = static_cast<double>(i) * spec.shotinterval;
+            const double azimuth = lean < 0.0 ? asked.azimuth + 180.0 : asked.azimuth;
+            const double time = static_cast<double>(i) * asked.shotinterval;
             const auto index = static_cast<std::uint16_t>(i);
             breakspec_t shot = shell;
-            shot.kind = spec.shot;
-            if (spec.shot == effectkind_t::comet)
+            shot.kind = asked.shot;
+            if (asked.shot == effectkind_t::comet)
                 shells.push_back(groundshell(comet(shot, angle, azimuth, shot.calibre), time, part_t::shot, index));
             else
                 airshell(shot, angle, azimuth, shells, part_t::shot, index, time);
         }
         break;
     default:
-        airshell(shell, spec.angle, spec.azimuth, shells, part_t::whole, 0, 0.0);
+        airshell(shell, asked.angle, asked.azimuth, shells, part_t::whole, 0, 0.0);
         break;
     }
     return shells;

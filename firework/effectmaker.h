@@ -85,7 +85,7 @@ struct madeshell_t {
     shellnote_t note;
 };
 
-std::vector<madeshell_t> makeshells(const shellspec_t& spec);
+std::vector<madeshell_t> makeshells(const shellspec_t& asked);
 
 // The clip of a break of this calibre: the classic one below 100 mm, a
 // deeper one from 100 mm and deeper still from 200 mm.
